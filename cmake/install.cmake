@@ -1,0 +1,15 @@
+include(CMakePackageConfigHelpers)
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zqcore27)
+
+install(TARGETS zqcore27 EXPORT zqcore27Targets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(EXPORT zqcore27Targets NAMESPACE zqcore27:: DESTINATION ${package_dir})
+
+configure_package_config_file(cmake/zqcore27Config.cmake.in zqcore27Config.cmake INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(zqcore27ConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zqcore27Config.cmake ${CMAKE_CURRENT_BINARY_DIR}/zqcore27ConfigVersion.cmake
+  DESTINATION ${package_dir})
+
+configure_file(cmake/zqcore27.pc.in zqcore27.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zqcore27.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

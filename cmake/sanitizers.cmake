@@ -1,0 +1,5 @@
+# ZQCORE27_SANITIZE, for example "address,undefined" or "thread", applies to everything that is built.
+if(ZQCORE27_SANITIZE)
+  add_compile_options(-fsanitize=${ZQCORE27_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${ZQCORE27_SANITIZE})
+endif()
