@@ -3,7 +3,11 @@
 // Every exported class and function of the library.
 
 #include "zqcore27/core/memory.h"
+#include "zqcore27/errors/basic_errors.h"
+#include "zqcore27/errors/cstr.h"
 #include "zqcore27/errors/error.h"
+#include "zqcore27/errors/error_container.h"
+#include "zqcore27/errors/error_error_insert.h"
 #include "zqcore27/errors/error_insert.h"
 #include "zqcore27/errors/mem_error.h"
 #include "zqcore27/errors/string_error.h"

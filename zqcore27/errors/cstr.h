@@ -10,14 +10,18 @@
 
 inline namespace zqcore27 {
 
+/// What a catalogue text takes in: a pointer to units, or what converts to one.
+template <typename T>
+concept CatalogueValue = std::convertible_to<const T&, const std::uint16_t*>;
+
 /// A catalogue of constant texts. An error is worded by the one that its catcher passes; most pass a CStrEnterprise.
 /// A handle is a 32-bit key of a text: bits 27 to 16 choose the catalogue, bits 15 to 0 the text.
 /// In a text the unit 0x0013 followed by a digit 1 to 8 is a substitution mark: the place of that value.
 /// Threads: as the subclass says; those of the library may be used by any number of threads at once.
 class ZQCORE27_EXPORT CStr : public FromLibraryHeap {
  public:
-  /// The most values that a text can take in.
-  static constexpr std::size_t MAX_VALUES = 8;
+  /// The most values that a call passes on, though marks reach the first eight only.
+  static constexpr std::size_t MAX_VALUES = 10;
 
   CStr();
   CStr(const CStr&);
@@ -39,8 +43,9 @@ class ZQCORE27_EXPORT CStr : public FromLibraryHeap {
   virtual ~CStr();
 
   /// The same with the values counted: a mark above their number is empty, and nothing that wasn't passed is read.
-  template <std::convertible_to<const std::uint16_t*>... Values>
-  requires(sizeof...(Values) <= MAX_VALUES) void build(String& out, std::uint32_t handle, const Values&... values) {
+  template <CatalogueValue... Values>
+  void build(String& out, std::uint32_t handle, const Values&... values) {
+    static_assert(sizeof...(Values) <= MAX_VALUES);
     const std::uint16_t* v[MAX_VALUES + 1] = {static_cast<const std::uint16_t*>(values)...};
     build_counted(out, handle, v);
   }
@@ -49,7 +54,7 @@ class ZQCORE27_EXPORT CStr : public FromLibraryHeap {
   void build_counted(String& out, std::uint32_t handle, const std::uint16_t* const* v) {
     // A cast to the variadic form, so that the subclass's build is called and not the template again.
     void (CStr::*variadic)(String&, std::uint32_t, ...) = &CStr::build;
-    (this->*variadic)(out, handle, v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7]);
+    (this->*variadic)(out, handle, v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], v[8], v[9]);
   }
 };
 

@@ -55,6 +55,7 @@ class ZQCORE27_EXPORT Error : public FromLibraryHeap {
   void duplicate_inserts(const Error& e);
 
  private:
+  void append_insert(ErrorInsert* insert);
   void delete_inserts();
   void describe_from_catalogue(CStr* cstr) const;
   void append_inserts(CStr* cstr) const;

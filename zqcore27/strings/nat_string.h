@@ -18,7 +18,7 @@ class ZQCORE27_EXPORT NatString : public MemResizable {
   NatString(const std::uint16_t* s);
   NatString(const String& s);
   NatString(const NatString& other);
-  NatString(NatString&& other);
+  NatString(NatString&& other) noexcept;
   NatString& operator=(const NatString& other);
   NatString& operator=(NatString&& other) noexcept;
   ~NatString() override;

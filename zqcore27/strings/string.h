@@ -201,7 +201,10 @@ class ZQCORE27_EXPORT String : public MemResizable {
 
   std::uint16_t* data() const { return reinterpret_cast<std::uint16_t*>(fData); }
   bool equals(const std::uint16_t* s) const;
-  void reserve_units(std::uint32_t n, bool keep);
+  bool owns(const void* p) const;
+  /// Grows the block to exactly `n` units and a terminator if it has no room for them. Returns `source`, moved along
+  /// with the block if it lies in it.
+  const std::uint16_t* make_room(std::uint32_t n, const std::uint16_t* source = nullptr);
 
   unsigned int capacity() const { return fSize / 2; }
   unsigned int dataSize(unsigned int n) const { return n * 2; }

@@ -1,0 +1,113 @@
+#include "zqcore27/errors/error.h"
+
+#include <memory>
+
+#include "zqcore27/errors/cstr.h"
+#include "zqcore27/errors/error_error_insert.h"
+
+inline namespace zqcore27 {
+
+namespace {
+
+constexpr std::size_t MAX_BUILT_INSERTS = CStr::MAX_VALUES;  // with more, the catalogue's text stands as it is
+
+}  // namespace
+
+Error::Error(std::uint32_t code, bool fatal) : fCode(code), fFatal(fatal) {}
+
+Error::Error(const Error& e) : Error(e.fCode, e.fFatal) { duplicate_inserts(e); }
+
+Error& Error::operator=(const Error& e) {
+  if (this == &e) return *this;
+  std::vector<ErrorInsert*> old;
+  old.swap(fInserts);
+  try {
+    duplicate_inserts(e);
+    fDescription = e.fDescription;
+  } catch (...) {
+    delete_inserts();
+    fInserts.swap(old);
+    throw;
+  }
+  for (ErrorInsert* insert : old) delete insert;
+  fCode = e.fCode;
+  fFatal = e.fFatal;
+  return *this;
+}
+
+Error::~Error() { delete_inserts(); }
+
+void Error::delete_inserts() {
+  for (ErrorInsert* insert : fInserts) delete insert;
+  fInserts.clear();
+}
+
+void Error::duplicate_inserts(const Error& e) {
+  for (const ErrorInsert* insert : e.fInserts) append_insert(insert->duplicate());
+}
+
+void Error::append_insert(ErrorInsert* insert) {
+  std::unique_ptr<ErrorInsert> owned(insert);
+  fInserts.push_back(insert);
+  static_cast<void>(owned.release());
+}
+
+std::uint32_t Error::code() const { return fCode; }
+
+bool Error::process() { return post_process(fFatal); }
+
+bool Error::post_process(bool b) { return b; }
+
+std::int32_t Error::numInserts() { return static_cast<std::int32_t>(fInserts.size()); }
+
+ErrorInsert* Error::getInsert(std::int32_t i) { return fInserts[static_cast<std::size_t>(i)]; }
+
+void Error::addInsert(const String& s) { append_insert(new StringErrorInsert(s)); }
+
+void Error::addInsert(std::uint32_t handle) { append_insert(new CStrErrorInsert(handle)); }
+
+void Error::addInsert(const Error& e) { append_insert(new ErrorErrorInsert(e)); }
+
+void Error::get(String& out, CStr* cstr) const {
+  const std::uint16_t* words = description(cstr);
+  out = "\"";
+  out += words;
+  out += "\"";
+}
+
+const std::uint16_t* Error::description(CStr* cstr) const {
+  if (fDescription.size() != 0) return fDescription.begin();
+  if (fCode != 0 && cstr != nullptr) {
+    describe_from_catalogue(cstr);
+  } else {
+    fDescription = fCode == 0 ? "No Error code" : "Could not obtain text from Error code";
+    append_inserts(cstr);
+  }
+  return fDescription.begin();
+}
+
+void Error::describe_from_catalogue(CStr* cstr) const {
+  try {
+    const std::size_t n = fInserts.size();
+    if (n == 0 || n > MAX_BUILT_INSERTS) {
+      fDescription = cstr->get(fCode);
+      return;
+    }
+    // Always ten values, so that a text with a mark above the inserts finds a null and not what wasn't passed.
+    const std::uint16_t* t[MAX_BUILT_INSERTS] = {};
+    for (std::size_t i = 0; i < n; ++i) t[i] = fInserts[i]->get(cstr);
+    cstr->build(fDescription, fCode, t[0], t[1], t[2], t[3], t[4], t[5], t[6], t[7], t[8], t[9]);
+  } catch (...) {
+    fDescription = "Error in obtaining description of previous error.";
+  }
+}
+
+void Error::append_inserts(CStr* cstr) const {
+  fDescription += fInserts.empty() ? "." : ", replacement strings:";
+  for (ErrorInsert* insert : fInserts) {
+    fDescription += insert->get(cstr);
+    fDescription += ", ";
+  }
+}
+
+}  // namespace zqcore27
