@@ -54,13 +54,14 @@ class ZQCORE27_EXPORT Error : public FromLibraryHeap {
   /// Appends copies of the inserts of `e`.
   void duplicate_inserts(const Error& e);
 
+  mutable String fDescription;  // empty until worded; a subclass that words itself writes it
+
  private:
   void append_insert(ErrorInsert* insert);
   void delete_inserts();
   void describe_from_catalogue(CStr* cstr) const;
   void append_inserts(CStr* cstr) const;
 
-  mutable String fDescription;  // empty until worded
   std::uint32_t fCode;
   std::vector<ErrorInsert*> fInserts;  // owned
   bool fFatal;
