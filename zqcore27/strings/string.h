@@ -197,6 +197,7 @@ class ZQCORE27_EXPORT String : public MemResizable {
   std::string toUTF8() const;
 
  private:
+  struct format_state;
   struct scanf_state;
 
   std::uint16_t* data() const { return reinterpret_cast<std::uint16_t*>(fData); }
@@ -227,10 +228,10 @@ class ZQCORE27_EXPORT String : public MemResizable {
                                       unsigned int radix, unsigned int precision);
 
   std::int32_t str_ScanVar(const char* format, std::va_list args);
-  std::int32_t str_scanfloat(scanf_state* state);
-  std::int32_t _scanre(scanf_state* state);
-  char get_char_from_data(scanf_state* state);
-  void unget_char_from_data(std::uint16_t c, scanf_state* state);
+  static std::int32_t str_scanfloat(scanf_state* state);
+  static std::int32_t _scanre(scanf_state* state);
+  static char get_char_from_data(scanf_state* state);
+  static void unget_char_from_data(std::uint16_t c, scanf_state* state);
 
   std::uint32_t fLength = 0;  // units of text, without the terminator
 };

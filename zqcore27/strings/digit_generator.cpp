@@ -1,0 +1,90 @@
+#include "zqcore27/strings/digit_generator.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cmath>
+#include <cstring>
+
+inline namespace zqcore27 {
+
+namespace {
+
+constexpr std::int32_t REAL_DIGITS = 17;
+
+// The scaling works in the widest type, and so do its constants.
+struct Scale {
+  long double threshold;
+  long double factor;
+  std::int32_t step;
+};
+
+constexpr Scale RAISING[] = {{1e-128L, 1e256L, 256}, {1e-64L, 1e128L, 128}, {1e-32L, 1e64L, 64},
+                             {1e-16L, 1e32L, 32},    {1e-8L, 1e16L, 16},    {1e-4L, 1e8L, 8},
+                             {1e-2L, 1e4L, 4},       {1e-1L, 1e2L, 2},      {1L, 1e1L, 1}};
+
+constexpr Scale LOWERING[] = {{1e256L, 1e-256L, 256}, {1e128L, 1e-128L, 128}, {1e64L, 1e-64L, 64},
+                              {1e32L, 1e-32L, 32},    {1e16L, 1e-16L, 16},    {1e8L, 1e-8L, 8},
+                              {1e4L, 1e-4L, 4},       {1e2L, 1e-2L, 2},       {1e1L, 1e-1L, 1}};
+
+/// Brings `value` below 10, and to 1 or above as exactly as the factors allow. Returns its decimal point.
+std::int32_t normalise(long double& value) {
+  std::int32_t decpt = 1;
+  if (value < 1) {
+    for (const Scale& scale : RAISING) {
+      for (; value < scale.threshold; value *= scale.factor) decpt -= scale.step;
+      if (value >= 1) break;
+    }
+  }
+  // Raising overshoots, so its result may need lowering.
+  if (value >= 10) {
+    for (const Scale& scale : LOWERING) {
+      for (; value >= scale.threshold; value *= scale.factor) decpt += scale.step;
+      if (value < 10) break;
+    }
+  }
+  return decpt;
+}
+
+/// Drops the digit behind the last one, after it has decided whether to add 1 to those before it.
+void roundHalfUp(Digits& result, DigitMode mode) {
+  if (result.digits[result.count] < '5') return;
+  std::int32_t i = result.count;
+  while (i > 0 && result.digits[i - 1] == '9') result.digits[--i] = '0';
+  if (i > 0) {
+    ++result.digits[i - 1];
+    return;
+  }
+  result.digits[result.count] = '0';
+  result.digits[0] = '1';
+  ++result.decpt;
+  if (mode == DigitMode::FIXED) ++result.count;
+}
+
+}  // namespace
+
+Digits generateDigits(double value, std::int32_t ndigits, DigitMode mode) {
+  assert(std::isfinite(value) && (mode == DigitMode::FIXED || ndigits > 0));
+  Digits result;
+  result.negative = value < 0;
+  result.count = std::clamp(ndigits, 0, MOST_DIGITS);
+  result.decpt = 0;
+  if (value == 0) {
+    std::memset(result.digits, '0', static_cast<std::size_t>(result.count));
+    return result;
+  }
+
+  long double rest = std::fabs(value);
+  result.decpt = normalise(rest);
+  if (mode == DigitMode::FIXED) result.count = std::clamp(result.count + result.decpt, 0, MOST_DIGITS);
+  const std::int32_t computed = std::min(result.count + 1, REAL_DIGITS);
+  for (std::int32_t i = 0; i < computed; ++i) {
+    const int digit = static_cast<int>(rest);
+    result.digits[i] = static_cast<char>('0' + digit);
+    rest = (rest - digit) * 10;
+  }
+  std::fill(result.digits + computed, result.digits + std::max(computed, result.count + 1), '0');
+  roundHalfUp(result, mode);
+  return result;
+}
+
+}  // namespace zqcore27
