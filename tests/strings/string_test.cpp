@@ -133,7 +133,9 @@ TEST(StringTest, ComparisonSubtractsTheStoredUnitsSecondMinusFirst) {
     EXPECT_EQ(String(row.a) == String(row.b), row.folded == 0);
     EXPECT_EQ(String(row.a) != row.b, row.folded != 0);
     EXPECT_EQ(String(row.a) < String(row.b), row.folded < 0);
-    if (row.folded == 0) EXPECT_EQ(std::hash<String>()(String(row.a)), std::hash<String>()(String(row.b)));
+    if (row.folded == 0) {
+      EXPECT_EQ(std::hash<String>()(String(row.a)), std::hash<String>()(String(row.b)));
+    }
     EXPECT_EQ(StringLess()(String(row.a), String(row.b)) || StringLess()(String(row.b), String(row.a)),
               row.folded != 0);
   }
@@ -163,7 +165,9 @@ TEST(StringTest, CaseMapsHaveTheirPairsAndVariants) {
     const std::uint16_t lower = String::chrToLower(unit), upper = String::chrToUpper(unit);
     lowered += lower != unit;
     raised += upper != unit;
-    if (lower != unit && upper == unit) EXPECT_EQ(String::chrToUpper(lower), unit) << c;  // a pair
+    if (lower != unit && upper == unit) {
+      EXPECT_EQ(String::chrToUpper(lower), unit) << c;  // a pair
+    }
   }
   EXPECT_EQ(lowered, 712);
   EXPECT_EQ(raised, 712);

@@ -257,10 +257,12 @@ struct ZQCORE27_EXPORT StringLess {
   bool operator()(const String& a, const String& b) const;
 };
 
+/// For unordered containers: folds case, so that texts that are equal by operator== have one hash value.
+struct ZQCORE27_EXPORT StringHash {
+  std::size_t operator()(const String& s) const noexcept;
+};
+
 }  // namespace zqcore27
 
-/// Folds case as operator== does.
 template <>
-struct std::hash<String> {
-  ZQCORE27_EXPORT std::size_t operator()(const String& s) const noexcept;
-};
+struct std::hash<String> : StringHash {};

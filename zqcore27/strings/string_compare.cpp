@@ -35,11 +35,11 @@ bool StringLess::operator()(const String& a, const String& b) const {
   return UPPER_MAP(*p) < UPPER_MAP(*q);
 }
 
-}  // namespace zqcore27
-
-std::size_t std::hash<String>::operator()(const String& s) const noexcept {
+std::size_t StringHash::operator()(const String& s) const noexcept {
   // FNV-1a over the folded units, http://www.isthe.com/chongo/tech/comp/fnv/
   std::uint64_t folded = 0xCBF29CE484222325u;
   for (const std::uint16_t* p = s.begin(); *p != 0; ++p) folded = (folded ^ UPPER_MAP(*p)) * 0x100000001B3u;
   return static_cast<std::size_t>(folded);
 }
+
+}  // namespace zqcore27
