@@ -1,0 +1,50 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <string>
+
+#include "tests/support/catalogue_builder.h"
+#include "tests/support/temporary_directory.h"
+#include "tests/support/text.h"
+#include "zqcore27/catalogue/cstr_error.h"
+#include "zqcore27/catalogue/cstr_file.h"
+#include "zqcore27/core/core.h"
+
+inline std::string utf8(const std::uint16_t* s) { return s == nullptr ? "(null)" : utf8(String(s)); }
+
+inline FileLocator named(const char* fullName) {
+  FileLocator f;
+  f.setFullName(String(fullName));
+  return f;
+}
+
+/// What `f` raises: the number and the words of a CStrError, or "" if nothing.
+template <typename F>
+std::string failureOf(F f) {
+  try {
+    f();
+    return "";
+  } catch (const CStrError& e) {
+    return std::to_string(e.code()) + (e.fatal() ? "!" : "") + ": " + utf8(e.description(nullptr));
+  }
+}
+
+/// A directory of catalogues that the core looks into first. The state of the search is put back afterwards.
+class CatalogueTest : public testing::Test {
+ protected:
+  CatalogueTest() {
+    unsetenv("tavio_language");
+    gCore->fStringDirectory = String(fDirectory.path().c_str());
+  }
+  ~CatalogueTest() override {
+    unsetenv("tavio_language");
+    gCore->fStringDirectory = nullptr;
+  }
+
+  std::string pathOf(const std::string& name) const { return (fDirectory.path() / name).string(); }
+  void write(const std::string& name, const std::string& bytes) const { writeBytes(pathOf(name), bytes); }
+
+  TemporaryDirectory fDirectory;
+};
