@@ -31,8 +31,8 @@ class Stream {
   /// Steps back before `byte`, which get has just returned. False on a stream without positions, such as a pipe; the
   /// byte is read again there, too.
   bool unget(unsigned char byte);
-  /// True once a read has met the end of the file, or has failed. A seek and an unget end that.
-  bool atEnd() const;
+  /// True once a read has met the end of the file or has failed, until the next seek.
+  bool atEnd() const { return fEnded; }
   /// False as seekFile gives -1.
   bool seek(std::int64_t offset, int origin);
   /// The position, or -1 on a stream without positions.
@@ -51,7 +51,7 @@ class Stream {
   void* fStream = nullptr;  // the C runtime's stream
   int fDescriptor = -1;
   Direction fDirection = Direction::NONE;  // of the last operation since a seek
-  bool fReadFailed = false;                // a read failed since the last seek
+  bool fEnded = false;                     // a read came up short since the last seek
   bool fLost = false;                      // accepted bytes could not be stored
 };
 

@@ -1,0 +1,249 @@
+// Replaces single system calls, which only the library's own objects allow.
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <random>
+#include <set>
+#include <string>
+
+#include "tests/support/temp_dir.h"
+#include "zqcore27/platform/descriptor_file.h"
+#include "zqcore27/platform/directory.h"
+#include "zqcore27/platform/module_path.h"
+#include "zqcore27/platform/posix/system_calls.h"
+#include "zqcore27/platform/stream_file.h"
+
+namespace {
+
+using platform::Stream;
+using posix::gSystemCalls;
+
+constexpr platform::OpenFlags READ{.read = true};
+constexpr platform::OpenFlags READ_WRITE{.read = true, .write = true, .create = true, .truncate = true};
+
+/// Puts the system's calls back behind each test.
+class PlatformFaultTest : public testing::Test {
+ protected:
+  PlatformFaultTest() { sCalls = 0; }
+  ~PlatformFaultTest() override { gSystemCalls = posix::SystemCalls(); }
+
+  /// True for two calls in three, with errno as after a signal.
+  static bool interrupted() {
+    errno = EINTR;
+    return ++sCalls % 3 != 0;
+  }
+  /// Reads and writes move 1 to 700 bytes at once, and every call is interrupted before it goes on.
+  static void disturb() {
+    gSystemCalls.open = [](const char* path, int flags, mode_t mode) {
+      return interrupted() ? -1 : ::open(path, flags, mode);
+    };
+    gSystemCalls.read = [](int descriptor, void* to, size_t n) -> ssize_t {
+      return interrupted() ? -1 : ::read(descriptor, to, std::min(n, size_t{1} + static_cast<size_t>(sCalls) % 700));
+    };
+    gSystemCalls.write = [](int descriptor, const void* from, size_t n) -> ssize_t {
+      return interrupted() ? -1 : ::write(descriptor, from, std::min(n, size_t{1} + static_cast<size_t>(sCalls) % 700));
+    };
+    gSystemCalls.opendir = [](const char* path) -> DIR* { return interrupted() ? nullptr : ::opendir(path); };
+    gSystemCalls.readdir = [](DIR* directory) -> dirent* { return interrupted() ? nullptr : ::readdir(directory); };
+    gSystemCalls.close = [](int descriptor) {
+      ::close(descriptor);
+      errno = EINTR;
+      return -1;
+    };
+  }
+
+  static inline int sCalls;
+  TempDir dir;
+};
+
+TEST_F(PlatformFaultTest, StreamIsAFileInMemoryWhateverInterrupts) {
+  constexpr unsigned int SEED = 20260131;
+  SCOPED_TRACE(testing::Message() << "seed " << SEED);
+  std::mt19937 random(SEED);
+  const auto below = [&](std::size_t n) { return std::uniform_int_distribution<std::size_t>(0, n - 1)(random); };
+  disturb();
+  Stream* const stream = Stream::open((dir / "model").c_str(), READ_WRITE);
+  ASSERT_NE(stream, nullptr);
+  std::string model;
+  std::size_t at = 0;
+  for (int step = 0; step < 20000; ++step) {
+    SCOPED_TRACE(testing::Message() << "step " << step);
+    switch (below(7)) {
+      case 0: {  // write
+        const std::string bytes(below(50) == 0 ? below(20000) : below(100), static_cast<char>('a' + below(26)));
+        ASSERT_TRUE(stream->write(bytes.data(), bytes.size()));
+        model.resize(std::max(model.size(), at + bytes.size()));
+        model.replace(at, bytes.size(), bytes);
+        at += bytes.size();
+        break;
+      }
+      case 1: {  // read
+        std::string bytes(below(50) == 0 ? below(20000) : below(100), '\0');
+        const std::size_t left = model.size() - std::min(at, model.size());
+        ASSERT_EQ(stream->read(bytes.data(), bytes.size()), bytes.size() <= left);
+        const std::string wanted = left != 0 ? model.substr(at, bytes.size()) : "";
+        ASSERT_EQ(bytes.substr(0, wanted.size()), wanted);
+        at += wanted.size();
+        break;
+      }
+      case 2: {  // a byte, and back again
+        const int wanted = at < model.size() ? model[at] : -1;
+        ASSERT_EQ(stream->get(), wanted);
+        if (wanted >= 0 && below(2) == 0) {
+          ASSERT_TRUE(stream->unget(static_cast<unsigned char>(wanted)));
+        } else if (wanted >= 0) {
+          ++at;
+        }
+        break;
+      }
+      case 3:
+        ASSERT_TRUE(stream->put('#'));
+        model.resize(std::max(model.size(), at + 1));
+        model[at++] = '#';
+        break;
+      case 4:
+        at = below(model.size() + 100);
+        ASSERT_TRUE(stream->seek(static_cast<std::int64_t>(at), platform::SEEK_ORIGIN_START));
+        break;
+      case 5:
+        ASSERT_TRUE(stream->seek(0, platform::SEEK_ORIGIN_END));
+        at = model.size();
+        break;
+      default:
+        ASSERT_TRUE(stream->flush());
+    }
+    ASSERT_EQ(stream->tell(), static_cast<std::int64_t>(at));
+  }
+  EXPECT_TRUE(Stream::close(stream));
+  EXPECT_TRUE(dir.read("model") == model);
+}
+
+TEST_F(PlatformFaultTest, DescriptorsGoOnAfterInterruptionsAndShortTransfers) {
+  disturb();
+  std::string content(100000, '\0');
+  for (std::size_t i = 0; i < content.size(); ++i) content[i] = static_cast<char>(i * 7 + i / 251);
+  const int descriptor = platform::openFile((dir / "file").c_str(), READ_WRITE);
+  ASSERT_GE(descriptor, 0);
+  EXPECT_EQ(platform::writeFile(descriptor, content.data(), content.size()), content.size());
+  EXPECT_EQ(platform::seekFile(descriptor, 0, 0), 0);
+  std::string read(content.size(), '\0');
+  EXPECT_TRUE(platform::readFile(descriptor, read.data(), read.size()));
+  EXPECT_TRUE(read == content);
+  EXPECT_EQ(platform::readFileSome(descriptor, read.data(), 1), 0);
+  EXPECT_TRUE(platform::closeFile(descriptor)) << "an interrupted close has closed";
+}
+
+TEST_F(PlatformFaultTest, FailuresAreReported) {
+  const std::string path = dir.write("file", "abc");
+  char bytes[3];
+  const int descriptor = platform::openFile(path.c_str(), READ);
+  gSystemCalls.read = [](int, void*, size_t) -> ssize_t {
+    errno = EIO;
+    return -1;
+  };
+  EXPECT_FALSE(platform::readFile(descriptor, bytes, 3));
+  EXPECT_EQ(platform::readFileSome(descriptor, bytes, 3), -1);
+  {
+    const std::unique_ptr<Stream, bool (*)(Stream*)> stream(Stream::open(path.c_str(), READ), Stream::close);
+    EXPECT_EQ(stream->get(), -1);
+    EXPECT_TRUE(stream->atEnd()) << "a loop over a broken disk must end";
+  }
+  gSystemCalls.lseek = [](int fd, off_t offset, int origin) -> off_t {
+    return origin == SEEK_SET ? -1 : ::lseek(fd, offset, origin);
+  };
+  EXPECT_EQ(platform::fileSize(descriptor), -1) << "a size that moves the position is none";
+  gSystemCalls.close = [](int fd) {
+    ::close(fd);
+    errno = EIO;
+    return -1;
+  };
+  EXPECT_FALSE(Stream::close(Stream::open(path.c_str(), READ)));
+  EXPECT_FALSE(platform::closeFile(descriptor));
+}
+
+TEST_F(PlatformFaultTest, AStreamRemembersWhatItCouldNotStore) {
+  gSystemCalls.write = [](int, const void*, size_t) -> ssize_t {
+    errno = ENOSPC;
+    return -1;
+  };
+  Stream* const stream = Stream::open((dir / "file").c_str(), READ_WRITE);
+  EXPECT_TRUE(stream->write("abc", 3));
+  EXPECT_FALSE(stream->seek(0, platform::SEEK_ORIGIN_START));
+  gSystemCalls.write = ::write;  // room again, too late for the three bytes
+  EXPECT_FALSE(stream->flush());
+  EXPECT_FALSE(Stream::close(stream));
+}
+
+std::string listed(platform::DirectoryListing& listing) {
+  std::set<std::string> names;
+  for (const char* name = listing.next(); name != nullptr; name = listing.next()) names.insert(name);
+  std::string all;
+  for (const std::string& name : names) all += name + " ";
+  return all;
+}
+
+TEST_F(PlatformFaultTest, ListingsMatchStars) {
+  for (const char* name : {"a.b", "a.b.c", "aXbXb", "b", "a?"}) dir.write(name, "");
+  disturb();
+  static constexpr struct {
+    int line;
+    const char *pattern, *names;
+  } ROWS[] = {
+      {__LINE__, "*", ". .. a.b a.b.c a? aXbXb b "},
+      {__LINE__, "*.*", ". .. a.b a.b.c "},
+      {__LINE__, "*b", "a.b aXbXb b "},
+      {__LINE__, "a*b*", "a.b a.b.c aXbXb "},
+      {__LINE__, "a*b*b", "aXbXb "},
+      {__LINE__, "a?", "a? "},  // nothing but the star stands for another
+      {__LINE__, "", ""},
+      {__LINE__, "b**", "b "},
+  };
+  for (const auto& row : ROWS) {
+    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
+    platform::DirectoryListing listing(dir.path().c_str(), row.pattern);
+    EXPECT_EQ(listed(listing), row.names);
+    EXPECT_FALSE(listing.failed());
+  }
+}
+
+TEST_F(PlatformFaultTest, ListingsTellFailureFromTheEnd) {
+  gSystemCalls.readdir = [](DIR* directory) -> dirent* {
+    if (++sCalls < 3) return ::readdir(directory);
+    errno = EIO;
+    return nullptr;
+  };
+  platform::DirectoryListing listing(dir.path().c_str(), "*");
+  EXPECT_EQ(listed(listing), ". .. ");
+  EXPECT_TRUE(listing.failed());
+  EXPECT_EQ(listing.next(), nullptr);
+  EXPECT_TRUE(platform::DirectoryListing((dir / "missing").c_str(), "*").failed());
+}
+
+TEST_F(PlatformFaultTest, ModulePathsAreWholeOrNone) {
+  const std::string program = std::filesystem::read_symlink("/proc/self/exe").string();
+  char path[1024];
+  void* const self = dlopen(nullptr, RTLD_NOW);
+  for (void* const module : {static_cast<void*>(nullptr), self}) {
+    EXPECT_EQ(platform::modulePath(module, path, sizeof path), program.size());
+    EXPECT_EQ(path, program);
+    EXPECT_EQ(platform::modulePath(module, path, program.size()), 0u) << "no room for the zero byte";
+    EXPECT_EQ(platform::modulePath(module, path, program.size() + 1), program.size());
+  }
+  dlclose(self);
+  void* const library = dlopen("libc.so.6", RTLD_NOW);
+  ASSERT_NE(library, nullptr);
+  const std::size_t n = platform::modulePath(library, path, sizeof path);
+  EXPECT_EQ(n, std::strlen(path));
+  EXPECT_TRUE(std::filesystem::exists(path)) << path;
+  EXPECT_NE(std::string(path).find("/libc"), std::string::npos);
+  EXPECT_EQ(platform::modulePath(library, path, n), 0u);
+  dlclose(library);
+}
+
+}  // namespace
