@@ -13,6 +13,9 @@
 
 namespace {
 
+/// The names and contents below are UTF-8, whatever the user's locale is.
+[[maybe_unused]] const bool gNativeTextIsUTF8 = (setACPid(65001), true);
+
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
 
@@ -128,7 +131,8 @@ TEST(FileLocatorTest, CopiesPiecesButParsesAssignments) {
   EXPECT_EQ(pieces(target), "/a|z|z|old|/a/z") << "without an extension in the text the target's stays";
   target = FileLocator(String("/c"));
   EXPECT_EQ(pieces(target), "|c|c|old|/c");
-  target = target;
+  const FileLocator& same = target;
+  target = same;
   EXPECT_EQ(pieces(target), "|c|c|old|/c");
   const std::uint16_t units[] = {'d', '/', 'e', '.', 'f', 0};
   const std::uint16_t* pointer = units;

@@ -18,6 +18,9 @@
 
 namespace {
 
+/// The names and contents below are UTF-8, whatever the user's locale is.
+[[maybe_unused]] const bool gNativeTextIsUTF8 = (setACPid(65001), true);
+
 FileLocator locator(const std::string& path) { return FileLocator(String(path.c_str())); }
 
 /// Each line in brackets, T or F behind it for the result; stops at the first false.
