@@ -24,22 +24,21 @@ constinit String* gLocaleLanguage = nullptr;                           // consta
 constinit std::atomic<std::uint32_t> gLocaleCodePage{CODE_PAGE_UTF8};  // for a gACPid of 0; constant likewise
 constinit std::atomic<const CodePage*> gLastPage{nullptr};  // the page of the last conversion; saves the search
 
-/// Null at exhaustion of the heap.
-String* makeLanguage() {
+/// Without memory the language stays what it was, null at first.
+void readLanguage() {
   const LanguageName name = userLanguage();
   try {
-    return new String(name[0] != 0 ? name.data() : "en");
+    if (gLocaleLanguage == nullptr) gLocaleLanguage = new String;
+    *gLocaleLanguage = name[0] != 0 ? name.data() : "en";
   } catch (const Error&) {
-    return nullptr;
   } catch (const std::bad_alloc&) {
-    return nullptr;
   }
 }
 
 void initialiseLocale() {
   const std::scoped_lock lock(gLocaleMutex);
   if (gLocaleReady.load(std::memory_order_relaxed)) return;
-  gLocaleLanguage = makeLanguage();
+  readLanguage();
   std::uint32_t codePage = userCodePage();
   if (codePage == 0) codePage = defaultCodePage();
   gLocaleCodePage.store(codePage, std::memory_order_relaxed);
@@ -129,7 +128,7 @@ std::int32_t uni2nat(std::uint16_t c, char* out, std::int32_t room) {
 
 void getLocaleLanguage(String& out) {
   ensureLocale();
-  if (gLocaleLanguage != nullptr) {
+  if (gLocaleLanguage != nullptr && gLocaleLanguage->size() != 0) {
     out = *gLocaleLanguage;
   } else {
     out = "en";
