@@ -1,0 +1,308 @@
+#include "zqcore27/catalogue/cstr_file.h"
+
+#include <dlfcn.h>
+#include <link.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include "tests/catalogue/catalogue_fixture.h"
+
+namespace {
+
+using CStrFileTest = CatalogueTest;
+constexpr const char* NAME = "strings_200_.cst";
+constexpr std::size_t PAGES_AT = CatalogueBuilder::PAGES_AT, INDEX_AT = CatalogueBuilder::INDEX_AT,
+                      FIRST_PAGE_AT = CatalogueBuilder::FIRST_PAGE_AT, PAGE_BYTES = CatalogueBuilder::PAGE_BYTES;
+
+std::string smallest() {
+  CatalogueBuilder b;
+  b.texts = {{0x100, u"alpha"}, {0x101, u"beta"}};
+  return b.bytes();
+}
+
+// One text a page, 0x1000 apart, with n as its text.
+std::string ofPages(int n) {
+  CatalogueBuilder b;
+  for (int i = 1; i <= n; ++i) b.texts[0x1000 * i] = std::u16string(1, static_cast<char16_t>(u'0' + i % 10));
+  return b.bytes();
+}
+
+TEST_F(CStrFileTest, RefusesWhatIsUnfit) {
+  const std::string small = "8: The constant string file's too small to hold any strings: strings_200_.cst";
+  const std::string size = "10: The constant string file isn't the correct size: strings_200_.cst";
+  const std::string order = "11: The index in the constant string file is out of order: strings_200_.cst";
+  const std::string header = "15: Constant string file's header was badCstr::load_header_block";
+  const auto pageCount = [](std::uint32_t n) { return [n](std::string& b) { poke(b, PAGES_AT, 4, n); }; };
+  const auto index = [](std::size_t i, std::uint32_t handle) {
+    return [i, handle](std::string& b) { poke(b, INDEX_AT + 4 * i, 4, handle); };
+  };
+  const struct {
+    int line;
+    int pages;
+    std::function<void(std::string&)> damage;
+    std::string failure;
+  } ROWS[] = {
+      {__LINE__, 1, [](std::string&) {}, ""},
+      {__LINE__, 502, [](std::string&) {}, ""},
+      {__LINE__, 1, [](std::string& b) { b.clear(); }, small},
+      {__LINE__, 1, [](std::string& b) { b.resize(2559); }, small},
+      {__LINE__, 1, [](std::string& b) { b.assign(2560, '\0'); }, header},
+      {__LINE__, 1, [](std::string& b) { b[11] = 1; }, header},                   // the signature's last byte
+      {__LINE__, 1, [](std::string& b) { b.replace(12, 6, "CONSTA"); }, header},  // the type
+      {__LINE__, 1, [](std::string& b) { b[19] = 'x'; }, header},                 // behind the type
+      {__LINE__, 1, [](std::string& b) { b.replace(20, 5, "2.7.B"); }, header},   // the version
+      {__LINE__, 1, [](std::string& b) { b.replace(26, 3, "MAC"); }, header},     // the platform
+      {__LINE__, 1, [](std::string& b) { b += std::string(512, 'x'); }, size},
+      {__LINE__, 1, [](std::string& b) { b += 'x'; }, size},
+      {__LINE__, 2, [](std::string& b) { b.resize(b.size() - 1); }, size},
+      {__LINE__, 2, [](std::string& b) { b.resize(b.size() - 512); }, size},
+      {__LINE__, 1, pageCount(0), size},
+      {__LINE__, 1, pageCount(2), size},
+      {__LINE__, 1, pageCount(0x00800001), size},  // wraps to one page in 32 bits
+      {__LINE__, 1, pageCount(0xFFFFFFFF), size},
+      {__LINE__, 503, [](std::string&) {}, order},  // more than the header block names
+      {__LINE__, 3, index(0, 0), order},
+      {__LINE__, 3, index(1, 0x1000), order},  // twice
+      {__LINE__, 3, index(2, 0x1FFF), order},  // falls
+      {__LINE__, 3, index(3, 0x2FFF), order},  // the end below the last page
+      {__LINE__, 3, index(3, 0x3000), ""},
+      {__LINE__, 3, index(3, 0xFFFFFFFF), ""},
+      {__LINE__, 1, [&](std::string& b) { b[0] = 0, b += 'x'; }, header},  // the header comes before the size
+      {__LINE__, 3, [&](std::string& b) { index(0, 0)(b), b += 'x'; }, size},
+  };
+  for (const auto& row : ROWS) {
+    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
+    std::string bytes = ofPages(row.pages);
+    row.damage(bytes);
+    write(NAME, bytes);
+    EXPECT_EQ(failureOf([] { CStrFile(nullptr, named(NAME), String("2.7.A")); }), row.failure);
+  }
+}
+
+TEST_F(CStrFileTest, TakesHandlesAsUnsigned) {
+  CatalogueBuilder b;
+  b.texts = {{0x7FFFFFFF, u"low"}, {0xC2000106, u"high"}};
+  write(NAME, b.bytes());
+  CStrFile file(nullptr, named(NAME));
+  EXPECT_EQ(utf8(file.get(0x7FFFFFFF)), "low");
+  EXPECT_EQ(utf8(file.get(0xC2000106)), "high");
+}
+
+TEST_F(CStrFileTest, AnEmptyVersionAcceptsAny) {
+  CatalogueBuilder b;
+  b.version = "9";
+  b.texts = {{1, u"text"}};
+  write(NAME, b.bytes());
+  EXPECT_EQ(utf8(CStrFile(nullptr, named(NAME)).get(1)), "text");
+  EXPECT_NE(failureOf([] { CStrFile(nullptr, named(NAME), String("9.1")); }), "");
+}
+
+TEST_F(CStrFileTest, RefusesAFileBeyond32BitSizes) {
+  write(NAME, smallest());
+  std::error_code failed;
+  std::filesystem::resize_file(pathOf(NAME), (std::uint64_t{1} << 32) + 2560, failed);
+  if (failed) GTEST_SKIP() << "no sparse files here: " << failed.message();
+  EXPECT_EQ(failureOf([] { CStrFile(nullptr, named(NAME)); }).substr(0, 3), "10:");
+}
+
+TEST_F(CStrFileTest, FindsEveryTextAndKeepsItInPlace) {
+  CatalogueBuilder b;
+  std::mt19937 random(4);
+  for (std::uint32_t handle = 0x100; handle < 0x2000; handle += random() % 40 == 0 ? 300 : 1) {
+    b.texts[handle] = std::u16string(random() % 60, static_cast<char16_t>('a' + handle % 26));
+  }
+  b.texts[0x2000] = std::u16string(254, u'\u3042');  // fills a page by itself
+  write(NAME, b.bytes());
+  CStrFile file(nullptr, named(NAME), String("2.7.A"));
+  std::map<std::uint32_t, const std::uint16_t*> places;
+  for (const auto& [handle, text] : b.texts) {
+    places[handle] = file.get(handle);
+    ASSERT_NE(places[handle], nullptr) << handle;
+    EXPECT_EQ(utf8(places[handle]), utf8(String(text))) << handle;
+  }
+  std::vector<std::uint32_t> shuffled;
+  for (const auto& entry : places) shuffled.push_back(entry.first);
+  std::shuffle(shuffled.begin(), shuffled.end(), random);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      for (std::size_t i = 0; i < shuffled.size(); ++i) {
+        const std::uint32_t handle = shuffled[(i + t * 1000) % shuffled.size()];
+        EXPECT_EQ(file.get(handle), places.at(handle));
+      }
+    });
+  }
+  for (std::thread& t : threads) t.join();
+}
+
+TEST_F(CStrFileTest, TellsHandlesThatDoNotFit) {
+  CatalogueBuilder b;
+  b.texts = {{0x100, u"a"}, {0x101, u"b"}, {0x300, u"c"}};
+  std::string bytes = b.bytes();
+  poke(bytes, INDEX_AT + 8, 4, 0x500);  // the end lies far behind the last page's first text
+  write(NAME, bytes);
+  CStrFile file(nullptr, named(NAME));
+  const std::string range = "4: CStr handle out of range", gap = "5: CStr handle invalid";
+  const struct {
+    int line;
+    std::uint32_t handle;
+    std::string result;
+  } ROWS[] = {
+      {__LINE__, 0, range},          {__LINE__, 0xFF, range},     {__LINE__, 0x100, "a"},
+      {__LINE__, 0x101, "b"},        {__LINE__, 0x102, "(null)"}, {__LINE__, 0x1FF, "(null)"},
+      {__LINE__, 0x200, gap},        {__LINE__, 0x2FF, gap},      {__LINE__, 0x300, "c"},
+      {__LINE__, 0x400, gap},        {__LINE__, 0x500, gap},      {__LINE__, 0x501, range},
+      {__LINE__, 0xFFFFFFFF, range}, {__LINE__, 0xE000FEDC, ""},  {__LINE__, 0xE000FCDE, "3: CStr string not found"}};
+  for (const auto& row : ROWS) {
+    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
+    std::string text;
+    const std::string failure = failureOf([&] { text = utf8(file.get(row.handle)); });
+    EXPECT_EQ(failure + text, row.result);
+  }
+  EXPECT_EQ(file.get(0xE000FEDC), strNULL);
+}
+
+TEST_F(CStrFileTest, NeverLeavesAPage) {
+  const auto unit = [](std::string& b, int at, std::uint32_t value) { poke(b, FIRST_PAGE_AT + 2 * at, 2, value); };
+  std::string page = smallest();
+  poke(page, INDEX_AT + 4, 4, 0x1FF);  // all 256 numbers are asked for
+
+  std::string zeros = page;
+  zeros.replace(FIRST_PAGE_AT, PAGE_BYTES, PAGE_BYTES, '\0');
+  std::string endless = page;  // no zero unit anywhere
+  endless.replace(FIRST_PAGE_AT, PAGE_BYTES, PAGE_BYTES, 'x');
+  std::string highBytes = page;  // the high byte of an entry counts for nothing
+  unit(highBytes, 254, 0xAB06);
+  std::string tail = page;  // the second text runs into the table and through the last unit
+  unit(tail, 254, 0x00FE);
+  std::string tableless = page;  // the lowest index lies outside the page
+  unit(tableless, 255, 0x0100);
+
+  const struct {
+    int line;
+    std::string bytes;
+    std::string first, second, last;
+  } ROWS[] = {{__LINE__, page, "alpha", "beta", "(null)"},       {__LINE__, zeros, "", "", ""},
+              {__LINE__, endless, "(null)", "(null)", "(null)"}, {__LINE__, highBytes, "alpha", "beta", "(null)"},
+              {__LINE__, tail, "alpha", "(null)", "(null)"},     {__LINE__, tableless, "alpha", "(null)", "(null)"}};
+  for (const auto& row : ROWS) {
+    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
+    write(NAME, row.bytes);
+    CStrFile file(nullptr, named(NAME));
+    EXPECT_EQ(utf8(file.get(0x100)), row.first);
+    EXPECT_EQ(utf8(file.get(0x101)), row.second);
+    EXPECT_EQ(utf8(file.get(0x1FF)), row.last);
+  }
+}
+
+TEST_F(CStrFileTest, TriesAPageAgainThatCouldNotBeRead) {
+  const std::string bytes = ofPages(300);
+  write(NAME, bytes);
+  CStrFile file(nullptr, named(NAME));
+  const std::uint16_t* early = file.get(0x1000);
+  std::filesystem::resize_file(pathOf(NAME), bytes.size() / 2);
+  EXPECT_EQ(file.get(0x1000 * 249), nullptr);
+  EXPECT_EQ(file.get(0x1000 * 249), nullptr);
+  EXPECT_EQ(file.get(0x1000), early) << "what was read stays good";
+  std::filesystem::resize_file(pathOf(NAME), 0);
+  write(NAME, bytes);
+  const std::uint16_t* late = file.get(0x1000 * 249);
+  ASSERT_NE(late, nullptr);
+  EXPECT_EQ(utf8(late), "9");
+  EXPECT_EQ(file.get(0x1000 * 249), late);
+}
+
+TEST_F(CStrFileTest, SearchesItsDirectoriesInOrder) {
+  const TemporaryDirectory second;
+  const auto beside = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+  const std::string name = "zqcore27_search_test_" + second.path().filename().string() + ".cst";
+  const auto holding = [](const char16_t* text) {
+    CatalogueBuilder b;
+    b.texts = {{1, text}};
+    return b.bytes();
+  };
+  const auto found = [&] { return utf8(CStrFile(nullptr, named(name.c_str())).get(1)); };
+  const auto remembered = [] { return utf8(gCore->fStringDirectory); };
+  const std::string first = remembered();
+
+  EXPECT_EQ(failureOf(found),
+            "7: Failed to open the constant string file - it probably isn't there: " + (beside / name).string());
+  void* module = dlopen("libzqcore27.so.2", RTLD_NOW | RTLD_NOLOAD);
+  ASSERT_NE(module, nullptr);
+  link_map* library = nullptr;
+  ASSERT_EQ(dlinfo(module, RTLD_DI_LINKMAP, &library), 0);
+  const auto modules = std::filesystem::path(library->l_name).parent_path();
+  EXPECT_EQ(failureOf([&] { CStrFile(module, named(name.c_str())); }).substr(70), (modules / name).string());
+  dlclose(module);
+  writeBytes(beside / name, holding(u"beside the program"));
+  EXPECT_EQ(found(), "beside the program");
+  setenv("tavio_language", (second.path() / "").c_str(), 1);
+  EXPECT_EQ(found(), "beside the program");
+  writeBytes(second.path() / name, holding(u"by environment"));
+  EXPECT_EQ(found(), "by environment");
+  std::filesystem::create_directory(pathOf(name));
+  EXPECT_EQ(found(), "by environment") << "a directory is no file";
+  std::filesystem::remove(pathOf(name));
+  std::filesystem::create_directory_symlink(second.path(), pathOf(name));
+  EXPECT_EQ(found(), "by environment") << "nor is a link to one";
+  std::filesystem::remove(pathOf(name));
+  write(name, holding(u"where the last was"));
+  EXPECT_EQ(found(), "where the last was");
+  write(name, "unfit");
+  EXPECT_EQ(failureOf(found).substr(0, 2), "8:") << "an unfit file ends the search";
+  EXPECT_EQ(remembered(), first) << "what is remembered stays";
+
+  gCore->fStringDirectory = nullptr;
+  EXPECT_EQ(found(), "by environment");
+  EXPECT_EQ(remembered(), second.path().string());
+  gCore->fStringDirectory = nullptr;
+  writeBytes(second.path() / name, "unfit");
+  EXPECT_EQ(failureOf(found).substr(0, 2), "8:");
+  EXPECT_EQ(remembered(), second.path().string()) << "before the file is looked at";
+  gCore->fStringDirectory = nullptr;
+  setenv("tavio_language", "\xFF/no text", 1);
+  EXPECT_EQ(found(), "beside the program");
+  std::filesystem::remove(beside / name);
+}
+
+TEST_F(CStrFileTest, SurvivesRandomBytes) {
+  const unsigned seed = std::random_device{}();
+  SCOPED_TRACE(testing::Message() << "seed " << seed);
+  std::mt19937 random(seed);
+  CatalogueBuilder b;
+  for (std::uint32_t handle = 0x100; handle < 0x500; handle += 1 + random() % 2 * 200) {
+    b.texts[handle] = std::u16string(random() % 40, u't');
+  }
+  const std::string good = b.bytes();
+  int opened = 0;
+  for (int round = 0; round < 400; ++round) {
+    std::string bytes = good;
+    const std::size_t from = round % 2 == 0 ? FIRST_PAGE_AT : round % 4 == 1 ? 0 : PAGES_AT;
+    const std::size_t to = round % 2 == 0 ? bytes.size() : FIRST_PAGE_AT;
+    for (auto n = 1 + random() % 200; n != 0; --n) bytes[from + random() % (to - from)] = static_cast<char>(random());
+    if (round % 7 == 0) bytes.resize(random() % bytes.size());
+    write(NAME, bytes);
+    try {
+      CStrFile file(nullptr, named(NAME), String("2.7.A"));
+      ++opened;
+      for (std::uint32_t handle = 0xF0; handle < 0x600; ++handle) {
+        try {
+          ASSERT_LT(String(file.get(handle)).size(), 256u) << "round " << round;
+        } catch (const CStrError& e) {
+          ASSERT_TRUE(e.code() == 4 || e.code() == 5) << "round " << round << ", code " << e.code();
+        }
+      }
+    } catch (const CStrError& e) {
+      ASSERT_TRUE(e.code() >= 8 && e.code() <= 15) << "round " << round << ", code " << e.code();
+    }
+  }
+  EXPECT_GT(opened, 50) << "too few files came as far as their texts";
+}
+
+}  // namespace

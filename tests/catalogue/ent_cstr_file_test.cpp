@@ -1,0 +1,164 @@
+// The choice of file by code and locale, and the list of catalogues that the core keeps.
+
+#include "zqcore27/catalogue/ent_cstr_file.h"
+
+#include <atomic>
+#include <barrier>
+#include <filesystem>
+#include <thread>
+#include <vector>
+
+#include "tests/catalogue/catalogue_fixture.h"
+#include "zqcore27/catalogue/cstr_enterprise.h"
+#include "zqcore27/errors/mem_error.h"
+
+namespace {
+
+// The user's language is settled when it is first asked for, once in a process.
+class GermanUser : public testing::Environment {
+  void SetUp() override { setenv("LC_ALL", "de_DE.UTF-8", 1); }
+};
+const auto* const germanUser = testing::AddGlobalTestEnvironment(new GermanUser);
+
+constexpr const char* NO_CATALOGUE = "7: Failed to open the constant string file - it probably isn't there: ";
+
+class EntCStrFileTest : public CatalogueTest {
+ protected:
+  // A file whose text 1 of the code is its own name.
+  void writeCatalogue(const std::string& name, std::uint32_t code = 0, const std::string& version = "2.7.A") {
+    CatalogueBuilder b;
+    b.version = version;
+    b.texts = {{code << 16 | 1, std::u16string(name.begin(), name.end())}};
+    write(name, b.bytes());
+  }
+  void clear() const {
+    for (const auto& entry : std::filesystem::directory_iterator(fDirectory.path())) std::filesystem::remove(entry);
+  }
+  static std::size_t catalogues() {
+    const OrlanSynchronizedRead lock(*gCore->fCatalogueLock);
+    return gCore->fCatalogues->size();
+  }
+};
+
+TEST_F(EntCStrFileTest, FallsBackFromTheLanguageToEnglish) {
+  const struct {
+    int line;
+    const char* locale;
+    std::vector<const char*> files;
+    const char* wins;        // the file, or null if none fits
+    const char* fileLocale;  // another locale that finds it later
+  } ROWS[] = {
+      {__LINE__, "deu", {"P__deu.cst", "P__de.cst", "P_.cst", "P__en.cst"}, "P__deu.cst", "deu"},
+      {__LINE__, "deu", {"P__de.cst", "P_.cst", "P__en.cst"}, "P__de.cst", "de"},
+      {__LINE__, "deu", {"P_.cst", "P__en.cst"}, "P_.cst", ""},
+      {__LINE__, "deu", {"P__en.cst"}, "P__en.cst", "en"},
+      {__LINE__, "deu", {"P__fr.cst"}, nullptr, nullptr},
+      {__LINE__, "deu", {}, nullptr, nullptr},
+      {__LINE__, "de", {"P__deu.cst", "P__de.cst"}, "P__de.cst", "DE"},
+      {__LINE__, "", {"P__deu.cst", "P__de.cst"}, "P__deu.cst", "deu"},  // the user's own
+      {__LINE__, "jpn", {"P__jpn.cst", "P__jp.cst"}, "P__jpn.cst", "jpn"},
+      {__LINE__, "jpn", {"P__jp.cst", "P__ja.cst"}, "P__jp.cst", "jp"},
+      {__LINE__, "ja", {"P__jp.cst", "P__ja.cst"}, "P__jp.cst", "jp"},
+      {__LINE__, "JA", {"P__jp.cst", "P__JA.cst"}, "P__jp.cst", "ja"},
+      {__LINE__, "japan", {"P__japan.cst", "P__jap.cst", "P__jp.cst"}, "P__jp.cst", "Japan"},
+      {__LINE__, "d", {"P__d.cst", "P_.cst"}, "P__d.cst", "D"},
+      {__LINE__, "DEU", {"P__deu.cst", "P__de.cst", "P_.cst"}, "P_.cst", ""},  // as it is spelt
+      {__LINE__, "DEU", {"P__DEU.cst", "P__de.cst", "P_.cst"}, "P__DEU.cst", "deu"},
+  };
+  for (const auto& row : ROWS) {
+    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
+    clear();
+    for (const char* name : row.files) writeCatalogue(name);
+    std::string text;
+    const std::string failure = failureOf([&] {
+      EntCStrFile file(nullptr, 7, String(row.locale), String("P_"), String("2.7.A"));
+      text = utf8(file.get(1));
+      EXPECT_EQ(file.code(), 7);
+      EXPECT_TRUE(file.isLocale(String(row.fileLocale)));
+      EXPECT_TRUE(file.isLocale(String(*row.locale == 0 ? "DEU" : row.locale)));
+      EXPECT_FALSE(file.isLocale(String("fr")));
+    });
+    EXPECT_EQ(failure + text, row.wins == nullptr ? NO_CATALOGUE : row.wins);
+  }
+}
+
+TEST_F(EntCStrFileTest, PassesOverWhatIsUnfit) {
+  const auto best = [] { return utf8(EntCStrFile(nullptr, 7, String("deu"), String("P_"), String("2.7.A")).get(1)); };
+  writeCatalogue("P__deu.cst", 0, "2.7.B");
+  write("P__de.cst", "cut short");
+  std::filesystem::create_directory(pathOf("P_.cst"));
+  writeCatalogue("P__en.cst");
+  EXPECT_EQ(best(), "P__en.cst");
+}
+
+TEST_F(EntCStrFileTest, TheCodeIsInTheName) {
+  static const struct {
+    int line;
+    std::uint32_t handle;
+    const char* name;
+  } ROWS[] = {{__LINE__, 0xC3010001, "strings_301_.cst"}, {__LINE__, 0x03020001, "strings_302_.cst"},
+              {__LINE__, 0xCABC0001, "strings_abc_.cst"}, {__LINE__, 0xC0310001, "strings_ 31_.cst"},
+              {__LINE__, 0xC0050001, "strings_  5_.cst"}, {__LINE__, 0xC0000001, "strings_.cst"}};
+  CStrEnterprise cstr(nullptr, String(), String(u"de").begin());
+  for (const auto& row : ROWS) {
+    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
+    EXPECT_EQ(failureOf([&] { cstr.get(row.handle); }), NO_CATALOGUE);
+    CatalogueBuilder b;
+    b.texts = {{row.handle, u"found"}};
+    write(row.name, b.bytes());
+    EXPECT_EQ(utf8(cstr.get(row.handle)), "found") << "a failure isn't remembered";
+    std::filesystem::remove(pathOf(row.name));
+    EXPECT_EQ(utf8(cstr.get(row.handle)), "found") << "the catalogue is";
+  }
+  EXPECT_EQ(cstr.get(0xE000FEDC), strNULL) << "the empty text of catalogue 0, loaded above";
+}
+
+TEST_F(EntCStrFileTest, TheListGrowsByWhatIsNewOnly) {
+  const std::size_t before = catalogues();
+  EXPECT_EQ(gCore->getCStr(0x401, nullptr, String("fr")), nullptr);
+  EXPECT_EQ(catalogues(), before) << "a failure leaves no entry";
+  writeCatalogue("strings_401__de.cst", 0x401);
+  writeCatalogue("strings_401__en.cst", 0x401);
+  CStr* users = gCore->getCStr(0x401, nullptr, String());
+  ASSERT_NE(users, nullptr);
+  EXPECT_EQ(utf8(users->get(0x04010001)), "strings_401__de.cst");
+  for (const char* same : {"", "deu", "de", "DE"}) EXPECT_EQ(gCore->getCStr(0x401, nullptr, String(same)), users);
+  CStr* french = gCore->getCStr(0x401, nullptr, String("fr"));
+  EXPECT_EQ(utf8(french->get(0x04010001)), "strings_401__en.cst");
+  EXPECT_EQ(gCore->getCStr(0x401, nullptr, String("en")), french) << "what fell back to English is the English one";
+  EXPECT_EQ(catalogues(), before + 2);
+}
+
+TEST_F(EntCStrFileTest, ThreadsThatAskAtOnceGetOneCatalogue) {
+  constexpr int THREADS = 8;
+  writeCatalogue("strings_402_.cst", 0x402);
+  const std::size_t before = catalogues();
+  std::barrier start(THREADS);
+  std::vector<CStr*> got(THREADS);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < THREADS; ++t) {
+    threads.emplace_back([&, t] {
+      start.arrive_and_wait();
+      got[t] = gCore->getCStr(0x402, nullptr, String(t % 2 == 0 ? "deu" : "DEU"));
+      EXPECT_EQ(utf8(got[t] == nullptr ? nullptr : got[t]->get(0x04020001)), "strings_402_.cst");
+    });
+  }
+  for (std::thread& t : threads) t.join();
+  EXPECT_NE(got[0], nullptr);
+  for (CStr* each : got) EXPECT_EQ(each, got[0]);
+  EXPECT_EQ(catalogues(), before + 1);
+}
+
+TEST_F(EntCStrFileTest, AnErrorIsWordedInTheReadersLanguage) {
+  CatalogueBuilder b;
+  b.texts = {{0xC4030001, u"\u00131 fehlt"}};
+  write("strings_403__deu.cst", b.bytes());
+  MemError error(0xC4030001, false);
+  error.addInsert(String("alles"));
+  CStrEnterprise german(nullptr, String("extra"), nullptr);
+  EXPECT_EQ(utf8(error.description(&german)), "alles fehlt");
+  CStrEnterprise copy(german);
+  EXPECT_EQ(utf8(MemError(0xC4040001, false).description(&copy)), "Error in obtaining description of previous error.");
+}
+
+}  // namespace

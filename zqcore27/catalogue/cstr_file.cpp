@@ -1,0 +1,177 @@
+#include "zqcore27/catalogue/cstr_file.h"
+
+#include <array>
+#include <bit>
+#include <cassert>
+#include <cstring>
+#include <utility>
+
+#include "zqcore27/catalogue/cstr_error.h"
+#include "zqcore27/core/core.h"
+#include "zqcore27/errors/string_error.h"
+#include "zqcore27/files/file_bin_header.h"
+#include "zqcore27/platform/environment.h"
+#include "zqcore27/platform/module_path.h"
+#include "zqcore27/strings/nat_string.h"
+
+inline namespace zqcore27 {
+
+namespace {
+
+constexpr std::uint32_t HEADER_BYTES = CStrFileCachePage::HEADER_BLOCKS * CStrFileCachePage::BYTES;
+constexpr std::uint32_t PAGE_COUNT_OFFSET = sizeof(FileBinHeader);
+constexpr std::uint32_t INDEX_OFFSET = PAGE_COUNT_OFFSET + 4;
+static_assert(INDEX_OFFSET + 4 * (CStrFile::MAX_PAGES + 1) == HEADER_BYTES, "the largest index fills the header block");
+
+constexpr std::size_t MAX_MODULE_PATH = 4096;
+
+std::uint64_t fileBytes(std::uint32_t pages) {
+  return (std::uint64_t{pages} + CStrFileCachePage::HEADER_BLOCKS) * CStrFileCachePage::BYTES;
+}
+
+std::uint32_t littleEndian(const unsigned char* p) {
+  return p[0] | std::uint32_t{p[1]} << 8 | std::uint32_t{p[2]} << 16 | std::uint32_t{p[3]} << 24;
+}
+
+const unsigned char* bytes(const char* text) { return reinterpret_cast<const unsigned char*>(text); }
+
+// False, with `out` as it was, for bytes that aren't native text: no directory can be reached by them.
+bool fromNative(String& out, const char* text) {
+  try {
+    out = text;
+    return true;
+  } catch (const StringError&) {
+    return false;
+  }
+}
+
+// The directory of the module's file; the path as it stands if it has no separator. False if the path is unknown.
+bool moduleDirectory(HINSTANCE module, String& out) {
+  std::array<char, MAX_MODULE_PATH> path;
+  if (platform::modulePath(module, path.data(), path.size()) == 0 || !fromNative(out, path.data())) return false;
+  const std::uint32_t cut = out.locateLast(gCore->fPlatform->fDirSep, false);
+  if (cut != String::NOT_FOUND) out.terminate(cut);
+  return true;
+}
+
+}  // namespace
+
+CStrFile::CStrFile(HINSTANCE module, const FileLocator& f) : CStrFile(module, f, nullString()) {}
+
+CStrFile::CStrFile(HINSTANCE module, const FileLocator& f, const String& version) {
+  init(module, f, version);
+  fInitialised = true;
+}
+
+CStrFile::~CStrFile() {
+  fHeader.reset();
+  OrlanSynchronized lock(fPagesLock);
+  fPages.clear();
+  fFile.close();
+}
+
+void CStrFile::init(HINSTANCE module, const FileLocator& f, const String& version) {
+  FileLocator found(f);
+  if (!open_in_search_path(module, found)) throw CStrError(CStrError::CSTR_ERR_NO_FILE, found.path(), false);
+  if (gCore->fStringDirectory.size() == 0) gCore->fStringDirectory = found.location();
+
+  const std::uint32_t size = fFile.size();
+  const bool sizeKnown = size != 0 || fFile.getError() == File::FILE_ERR_NONE;
+  if (sizeKnown && size < fileBytes(1)) throw CStrError(CStrError::CSTR_ERR_TOO_SMALL, found.fullName(), false);
+  load_header_block(version);
+  if (!sizeKnown || size != fileBytes(page_count())) {
+    throw CStrError(CStrError::CSTR_ERR_BAD_SIZE, found.fullName(), false);
+  }
+  if (!check_index_order()) throw CStrError(CStrError::CSTR_ERR_BAD_ORDER, found.fullName(), false);
+}
+
+bool CStrFile::open_in_search_path(HINSTANCE module, FileLocator& f) {
+  if (gCore->fStringDirectory.size() != 0 && open_in(gCore->fStringDirectory, f)) return true;
+  String directory;
+  const char* named = platform::environmentValue("tavio_language");
+  if (named != nullptr && fromNative(directory, named) && open_in(directory, f)) return true;
+  return moduleDirectory(module, directory) && open_in(directory, f);
+}
+
+bool CStrFile::open_in(const String& directory, FileLocator& f) {
+  f.setLocation(directory);
+  return fFile.open(f, File::MODE_READ | File::MODE_BINARY);
+}
+
+bool CStrFile::load_header_block(const String& version) {
+  static constexpr const char* DETAIL = "Cstr::load_header_block";
+  fHeader.reset(MemAllocator::allocate(HEADER_BYTES));
+  if (fHeader == nullptr) throw CStrError(CStrError::CSTR_ERR_NO_MEMORY, DETAIL, false);
+  if (!fFile.seek(0, File::SEEK_FROM_START)) throw CStrError(CStrError::CSTR_ERR_SEEK, DETAIL, false);
+  if (!fFile.read(fHeader.get(), HEADER_BYTES)) throw CStrError(CStrError::CSTR_ERR_READ, DETAIL, false);
+  FileBinHeader header;
+  std::memcpy(&header, fHeader.get(), sizeof header);
+  const NatString wanted(version);
+  if (!header.check(bytes("CONSTR"), version.size() == 0 ? nullptr : bytes(wanted.begin()), bytes("WIN"))) {
+    throw CStrError(CStrError::CSTR_ERR_BAD_HEADER, DETAIL, false);
+  }
+  return true;
+}
+
+bool CStrFile::check_index_order() {
+  const std::uint32_t pages = page_count();
+  if (pages == 0 || pages > MAX_PAGES) return false;
+  std::uint32_t before = 0;
+  for (std::uint32_t i = 0; i < pages; ++i) {
+    if (index(i) <= before) return false;
+    before = index(i);
+  }
+  return index(pages) >= before;
+}
+
+std::uint32_t CStrFile::page_count() const { return littleEndian(fHeader.get() + PAGE_COUNT_OFFSET); }
+
+std::uint32_t CStrFile::index(std::uint32_t i) const {
+  assert(i <= MAX_PAGES);
+  return littleEndian(fHeader.get() + INDEX_OFFSET + 4 * i);
+}
+
+std::uint32_t CStrFile::find_page(std::uint32_t handle) {
+  constexpr int MAX_PASSES = 200;
+  std::uint32_t lo = 0;
+  std::uint32_t hi = static_cast<std::uint16_t>(page_count() - 1);
+  for (int pass = 0; lo != hi; ++pass) {
+    if (pass == MAX_PASSES) throw CStrError(CStrError::CSTR_ERR_LOOP, "", false);
+    const std::uint32_t mid = (lo + hi + 1) / 2;
+    if (index(mid) > handle) {
+      hi = mid - 1;
+    } else {
+      lo = mid;
+    }
+  }
+  return lo;
+}
+
+const std::uint16_t* CStrFile::get(std::uint32_t handle) {
+  if (!fInitialised) throw CStrError(CStrError::CSTR_ERR_NOT_INITIALIZED, "", false);
+  if (handle == EMPTY_TEXT) return strNULL;
+  if (handle == NO_TEXT) throw CStrError(CStrError::CSTR_ERR_NOT_FOUND, "", false);
+  if (handle < index(0) || handle > index(page_count())) {
+    throw CStrError(CStrError::CSTR_ERR_OUT_OF_RANGE, "", false);
+  }
+  const std::uint32_t page = find_page(handle);
+  const std::uint32_t n = handle - index(page);
+  if (n >= CStrFileCachePage::UNITS) throw CStrError(CStrError::CSTR_ERR_BAD_HANDLE, "", false);
+  OrlanSynchronized lock(fPagesLock);
+  const CStrFileCachePage* held = loaded_page(page);
+  return held == nullptr ? nullptr : held->get(n);
+}
+
+// The page, brought to the front by one swap so that it is found first next time; null if it can't be read.
+CStrFileCachePage* CStrFile::loaded_page(std::uint32_t page) {
+  std::size_t at = 0;
+  while (at < fPages.size() && fPages[at]->page() != page) ++at;
+  if (at == fPages.size()) {
+    fPages.push_back(std::make_unique<CStrFileCachePage>());
+    if (!fPages.back()->load(fFile, page)) return nullptr;
+  }
+  if (at != 0) std::swap(fPages[at], fPages.front());
+  return fPages.front().get();
+}
+
+}  // namespace zqcore27
