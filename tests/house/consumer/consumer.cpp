@@ -1,0 +1,9 @@
+#include <iostream>
+
+#include "zqcore27/zqcore27.h"
+
+int main(int, char** arguments) {
+  CStrEnterprise catalogue(nullptr, String(), String(arguments[1]));
+  const ConfigError error(0xC2000109, false);
+  std::cout << String(error.description(&catalogue)) << '\n';
+}

@@ -1,0 +1,37 @@
+// A host with a heap of its own behind operator new. The library must neither use it nor replace it.
+
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+
+#include "zqcore27/zqcore27.h"
+
+namespace {
+int gAllocations = 0;
+}
+
+void* operator new(std::size_t n) {
+  ++gAllocations;
+  // Eight bytes in front of each block: a block of another heap that came here would break the heap at once.
+  return static_cast<char*>(std::malloc(n + 16)) + 16;
+}
+void operator delete(void* p) noexcept {
+  if (p != nullptr) std::free(static_cast<char*>(p) - 16);
+}
+void operator delete(void* p, std::size_t) noexcept { operator delete(p); }
+
+int main() {
+  String text("made by the library");
+  text += text;
+  StringError error(StringError::BAD_UTF8, false);
+  error.addInsert(text);
+  ErrorErrorInsert* insert = new ErrorErrorInsert(error);
+  delete insert->duplicate();
+  delete insert;
+  error.description(nullptr);
+  if (gAllocations != 0) return std::puts("the library took memory from the host's heap"), 1;
+
+  delete new int(0);
+  const std::string utf8 = text.toUTF8();
+  return gAllocations > 1 && utf8.size() == text.size() ? 0 : 1;
+}
