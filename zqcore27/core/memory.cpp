@@ -54,7 +54,7 @@ unsigned char* allocateOrThrow(unsigned int size) {
 
 MemResizable::MemResizable(unsigned int size) : fSize(size), fData(allocateOrThrow(size)) {}
 
-MemResizable::MemResizable(const MemResizable& other) : fSize(other.fSize), fData(allocateOrThrow(other.fSize)) {
+MemResizable::MemResizable(const MemResizable& other) : FromLibraryHeap(), fSize(other.fSize), fData(allocateOrThrow(other.fSize)) {
   MemAllocator::copy(fData, other.fData, fSize);
 }
 

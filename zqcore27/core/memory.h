@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <new>
 
 #include "zqcore27/platform/export.h"
 
@@ -16,13 +17,15 @@ ZQCORE27_EXPORT void* orlanNew(std::size_t n);
 /// Frees a block of orlanNew or of MemAllocator::allocate. Null is ignored. Threads: any, as free.
 ZQCORE27_EXPORT void orlanDelete(void* p);
 
-/// Base of classes whose objects the library may delete on a host's behalf: a plain `new` in a host then takes its
-/// memory from the library's heap, where the library's `delete` returns it. `new` throws std::bad_alloc at exhaustion.
+/// Base of classes with a virtual destructor: a plain `new` in a host takes their memory from the library's heap, to
+/// which `delete`, which runs in the library, returns it. `new` throws std::bad_alloc at exhaustion.
 class ZQCORE27_EXPORT FromLibraryHeap {
  public:
   static void* operator new(std::size_t n);
+  static void* operator new(std::size_t n, const std::nothrow_t&) noexcept { return orlanNew(n); }
   static void* operator new(std::size_t, void* place) noexcept { return place; }
   static void operator delete(void* p) noexcept;
+  static void operator delete(void* p, const std::nothrow_t&) noexcept { orlanDelete(p); }
   static void operator delete(void*, void*) noexcept {}
 
  protected:
@@ -62,7 +65,7 @@ class ZQCORE27_EXPORT MemAllocator {
 /// class may point an object of size 0 at constant storage.
 /// Errors: MemError::HEAP_EXHAUSTED from all that allocates; the object keeps its old contents.
 /// Threads: one at a time.
-class ZQCORE27_EXPORT MemResizable {
+class ZQCORE27_EXPORT MemResizable : public FromLibraryHeap {
  public:
   MemResizable() = default;
   /// A block of `size` bytes, not cleared.
