@@ -35,7 +35,7 @@ T* makeOrNull(Args&&... args) {
 CoreHold::CoreHold() : fHold(coreLock), fCore(std::atomic_ref<OrlanCore*>(gCore).load(std::memory_order_acquire)) {}
 
 OrlanCore::OrlanCore() : fStringDirectory(strNULL) {
-  makeOrNull<JTCInitialize>();  // stays for the life of the process
+  [[maybe_unused]] static const JTCInitialize* const threadLayer = makeOrNull<JTCInitialize>();  // never destroyed
   fMemory = makeOrNull<MemAllocator>();
   fThreads = makeOrNull<ThreadRegistry>();
   const BuildInfo built = buildInfo();

@@ -15,4 +15,8 @@ Version::Version(const char* name, const char* major, const char* minor, const c
       fDate(date),
       fTime(time) {}
 
+void Version::get(String& out) const {
+  out.build("%Ns %Ns.%Ns%Ns  %Ns %Ns %Ns", fName, fMajor, fMinor, fRelease, fBuild, fDate, fTime);
+}
+
 }  // namespace zqcore27

@@ -23,7 +23,6 @@ class Hold {
   CriticalSection& fSection;
 };
 
-constinit std::atomic<JTCInitialize*> firstInitialize{nullptr};
 constinit std::atomic<JTCThreadGroup*> termGroup{nullptr};  // never destroyed
 constinit thread_local JTCThread* current = nullptr;
 
@@ -82,11 +81,10 @@ JTCThreadGroup::JTCThreadGroup() = default;
 JTCThreadGroup::~JTCThreadGroup() = default;
 
 JTCInitialize::JTCInitialize() {
-  JTCInitialize* none = nullptr;
-  if (!firstInitialize.compare_exchange_strong(none, this)) return;
-  JTCHandleT<JTCThreadGroup> group(new JTCThreadGroup);
-  group->add_handle();  // this one is never given up
-  termGroup.store(group.get(), std::memory_order_release);
+  const JTCHandleT<JTCThreadGroup> group(new JTCThreadGroup);
+  JTCThreadGroup* none = nullptr;
+  group->add_handle();  // the one of termGroup
+  if (!termGroup.compare_exchange_strong(none, group.get(), std::memory_order_acq_rel)) group->drop_handle();
 }
 
 JTCHandleT<JTCThreadGroup> JTCInitialize::getTermGroup() { return termGroup.load(std::memory_order_acquire); }

@@ -51,4 +51,17 @@ void OrlanThread::join(void*) {
 
 JTCThread* OrlanThread::self() { return currentThread(); }
 
+void OrlanThread::set_priority(int priority) {
+  try {
+    setPriority(priority);
+  } catch (const JTCSystemCallException& e) {
+    ThreadError error(ThreadError::SYSTEM_CALL_FAILED, false);
+    String number;
+    number.build("%d", e.getError());
+    error.addInsert(number);
+    error.addInsert(String(e.getMessage()));
+    throw error;
+  }
+}
+
 }  // namespace zqcore27

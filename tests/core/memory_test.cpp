@@ -1,0 +1,171 @@
+#include "zqcore27/core/memory.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <numeric>
+#include <string>
+#include <utility>
+
+#include "zqcore27/errors/mem_error.h"
+
+namespace {
+
+TEST(MemAllocatorTest, TouchesNothingForALengthOfZero) {
+  EXPECT_TRUE(MemAllocator::same(nullptr, reinterpret_cast<void*>(8), 0));
+  MemAllocator::zero(nullptr, 0);
+  MemAllocator::fill(nullptr, 1, 0);
+  MemAllocator::copy(nullptr, nullptr, 0);
+  MemAllocator::move(nullptr, nullptr, 0);
+  MemAllocator::deallocate(nullptr);
+}
+
+TEST(MemAllocatorTest, WorksOnExactlyTheBytesGiven) {
+  std::array<unsigned char, 16> from{}, to{};
+  for (unsigned n = 0; n <= 9; ++n) {  // whole words and each rest
+    for (unsigned at = 0; at <= 3; ++at) {
+      SCOPED_TRACE(testing::Message() << n << " bytes at " << at);
+      std::iota(from.begin(), from.end(), 1);
+      to.fill(0xEE);
+      auto expected = to;
+      std::copy_n(from.begin() + at, n, expected.begin() + at);
+      MemAllocator::copy(&to[at], &from[at], n);
+      EXPECT_EQ(to, expected);
+      EXPECT_TRUE(MemAllocator::same(&to[at], &from[at], n));
+      EXPECT_FALSE(MemAllocator::same(&to[at], &from[at], n + 1));
+
+      std::copy_n(from.begin(), n, expected.begin());
+      std::copy_n(from.begin() + at, n, expected.begin() + at);
+      expected = from;
+      std::memmove(&expected[at], expected.data(), n);
+      MemAllocator::move(&from[at], from.data(), n);
+      EXPECT_EQ(from, expected);
+
+      std::fill_n(expected.begin() + at, n, 0xFF);
+      MemAllocator::fill(&from[at], 0xFF, n);
+      EXPECT_EQ(from, expected);
+      std::fill_n(expected.begin() + at, n, 0);
+      MemAllocator::zero(&from[at], n);
+      EXPECT_EQ(from, expected);
+    }
+  }
+}
+
+TEST(MemAllocatorTest, AccountsForNothing) {
+  unsigned char* const block = MemAllocator::allocate(100);
+  ASSERT_NE(block, nullptr);
+  EXPECT_EQ(MemAllocator::usage(), 0u);
+  MemAllocator::dump(50, nullptr);
+  MemAllocator::checkAll();
+  MemAllocator::deallocate(block);
+  orlanDelete(orlanNew(0));
+}
+
+/// Shows what a derived class does with its block.
+class Block : public MemResizable {
+ public:
+  using MemResizable::MemResizable;
+  void pointAt(const char* constant) { fData = reinterpret_cast<unsigned char*>(const_cast<char*>(constant)); }
+  void set(const char* bytes) {
+    resize(static_cast<unsigned>(std::strlen(bytes)));
+    std::memcpy(fData, bytes, fSize);
+  }
+  std::string bytes() const { return {reinterpret_cast<const char*>(fData), fSize}; }
+};
+
+TEST(MemResizableTest, KeepsWhatFitsAndShowsZerosBehindIt) {
+  Block block;
+  EXPECT_EQ(block.size(), 0u);
+  EXPECT_EQ(*block, nullptr);
+  block.set("abcdefgh");
+  static const struct {
+    int line;
+    unsigned size;
+    std::string expected;
+  } ROWS[] = {{__LINE__, 10, std::string("abcdefgh\0\0", 10)},
+              {__LINE__, 3, "abc"},
+              {__LINE__, 3, "abc"},
+              {__LINE__, 6, std::string("abc\0\0\0", 6)},  // never what stood there before
+              {__LINE__, 1, "a"},
+              {__LINE__, 0, ""},
+              {__LINE__, 0, ""},
+              {__LINE__, 4, std::string(4, 0)}};
+  for (const auto& row : ROWS) {
+    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
+    EXPECT_EQ(&block.resize(row.size), &block);
+    EXPECT_EQ(block.size(), row.size);
+    EXPECT_EQ(block.bytes(), row.expected);
+  }
+}
+
+TEST(MemResizableTest, LeavesConstantStorageAlone) {
+  static const char CONSTANT[] = "constant";
+  {
+    Block block;
+    block.pointAt(CONSTANT);
+    block.resize(0);
+    block.pointAt(CONSTANT);
+    EXPECT_EQ(block.resize(4)[0], 0);  // not copied either
+    block.resize(0);
+    block.pointAt(CONSTANT);
+    Block copy(block), assigned(8);
+    EXPECT_EQ(copy.size(), 0u);
+    assigned = block;
+    EXPECT_EQ(assigned.size(), 0u);
+  }
+  EXPECT_STREQ(CONSTANT, "constant");
+}
+
+TEST(MemResizableTest, CopiesOwnTheirBlocksAndMovesTakeThem) {
+  Block a;
+  a.set("first");
+  Block b(a);
+  EXPECT_NE(*a, *b);
+  b.set("second");
+  EXPECT_EQ(a.bytes(), "first");
+  a = b;
+  b[0] = 'S';
+  EXPECT_EQ(a.bytes(), "second");
+  a = *&a;
+  EXPECT_EQ(a.bytes(), "second");
+  Block c(std::move(a));
+  EXPECT_EQ(c.bytes(), "second");
+  EXPECT_EQ(a.size(), 0u);
+  c = std::move(b);
+  EXPECT_EQ(c.bytes(), "Second");
+  c = std::move(*&c);
+  EXPECT_EQ(c.bytes(), "Second");
+}
+
+[[noreturn]] void exhaustTheHeap() {
+  const rlimit limit{256u << 20, 256u << 20};
+  setrlimit(RLIMIT_AS, &limit);
+  Block block;
+  block.set("kept");
+  int errors = 0;
+  const auto fails = [&](auto action) {
+    try {
+      action();
+    } catch (const MemError& e) {
+      errors += e.code() == MemError::HEAP_EXHAUSTED && e.fatal();
+    }
+  };
+  fails([&] { block.resize(1u << 30); });
+  fails([&] { Block big(0xFFFFFFFF); });
+  const bool null = MemAllocator::allocate(0xFFFFFFFF) == nullptr && orlanNew(SIZE_MAX / 2) == nullptr;
+  std::exit(null && errors == 2 && block.bytes() == "kept" ? 0 : 1);
+}
+
+TEST(MemResizableDeathTest, ExhaustedHeapLeavesTheOldContents) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "a sanitizer needs more address space than this test leaves";
+#endif
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(exhaustTheHeap(), testing::ExitedWithCode(0), "");
+}
+
+}  // namespace

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <thread>
+#include <utility>
+
+#include "tests/support/thread_probe.h"
+#include "zqcore27/threads/registry.h"
+
+/// A thread of the host, whose id is known as soon as it is made. Joined at the end.
+class HostThread {
+ public:
+  explicit HostThread(std::function<void()> body)
+      : fThread([this, body = std::move(body)] {
+          fId = ThreadRegistry().getThisId();
+          fId.notify_one();
+          body();
+        }) {
+    fId.wait(0);
+  }
+  ~HostThread() {
+    if (fThread.joinable()) fThread.join();
+  }
+  void join() { fThread.join(); }
+  std::uint32_t id() const { return fId; }
+  std::uint64_t waitUntilAsleep(std::uint64_t sleeps = 0) const { return ::waitUntilAsleep(fId, sleeps); }
+
+ private:
+  std::atomic<std::uint32_t> fId{0};
+  std::thread fThread;
+};
