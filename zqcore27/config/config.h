@@ -34,12 +34,12 @@ class FileLocator;
 /// one that fails leaves it held for the caller to look at. Only checkEOS and skipLine close a statement: without them
 /// every later line end is reported again as EOS_TOKEN.
 ///
-/// Errors: ConfigError, with the codes given there. An error of the text (0xc2000109, 0a, 0c, 0d, 0e, 0xc2000110)
-/// leaves the token held, with what was read of it, but with the *type of the token before*: call releaseToken to read
-/// on from where scanning stopped, or skipLine to go on with the next line. ConfigError::READ_FAILED and the
-/// StringError of native bytes that the code page refuses come out of every reading operation too, where they occur in
-/// the text; the former each time that more text is wanted, the latter once, with the byte stepped over.
-/// Threads: one at a time; separate objects are independent. A file is read ahead on a thread of its own.
+/// Errors: ConfigError, with the codes given there. An error in the text (0xc2000109, 0a, 0c, 0d, 0e, 0xc2000110)
+/// comes out of whatever operation reads on, and leaves the token held, with what was read of it, but with the *type of
+/// the token before*: call releaseToken to read on from where scanning stopped, or skipLine to go on with the next
+/// line. So do ConfigError::READ_FAILED, each time that more text is wanted, and the StringError of native bytes that
+/// the code page refuses, once, with a byte stepped over; a token that was complete when they came is held with its own
+/// type. Threads: one at a time; separate objects are independent. A file is read ahead on a thread of its own.
 class ZQCORE27_EXPORT Config {
  public:
   enum ErrorType : std::int32_t { ERR_NONE = 0, ERR_NOT_READABLE = 1 };
@@ -209,18 +209,22 @@ class ZQCORE27_EXPORT Config {
   explicit Config(std::unique_ptr<ConfigDataChannel> channel);
 
   TokenType next_token();
-  std::uint16_t next_token_start();
-  std::uint16_t skip_comment();
+  void clear_token();
+  TokenType set_mark_token(TokenType t, const char16_t* text);
+  std::uint16_t skip_to_line_end();
   std::uint16_t skip_continuation();
+  TokenType scan_token(std::uint16_t first);
   TokenType scan_string();
   void scan_escape(TokenWriter& token);
+  std::int32_t escape_digit(std::int32_t base);
   TokenType scan_quoted_keyword();
-  TokenType scan_word(std::uint16_t first);
-  bool ends_word(std::uint16_t c, bool exponent) const;
-  TokenType set_mark_token(TokenType t, const char16_t* text);
-  TokenType set_tok_str_to_sep(TokenType t);
-  TokenType end_token(TokenType t);
+  bool take_if(std::uint16_t wanted);
   TokenType enabled_separator(std::uint16_t c);
+  TokenType set_tok_str_to_sep(TokenType t);
+  TokenType scan_word(std::uint16_t first);
+  bool ends_word(std::uint16_t c, bool exponentMark) const;
+  TokenType end_token(TokenType t);
+  [[noreturn]] void fail_scan(std::uint32_t code);
   static std::int32_t digit(std::uint16_t c, bool hex);
   bool take_sign();
   std::int32_t get_int();
@@ -228,7 +232,6 @@ class ZQCORE27_EXPORT Config {
   void ungetC(std::uint16_t c);
   std::uint16_t putC(std::uint16_t c);
   bool channel_is_cut_off(std::uint16_t c) const;
-  [[noreturn]] void fail(std::uint32_t code);
 
   std::unique_ptr<ConfigDataChannel> fChannel;
   ErrorType fError;
