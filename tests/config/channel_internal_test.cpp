@@ -1,0 +1,196 @@
+// The channels aren't exported, and the seams between the blocks of a file show there, character by character.
+
+#include <gtest/gtest.h>
+
+#include "tests/config/sources.h"
+#include "zqcore27/config/channel.h"
+#include "zqcore27/config/decrypt_channel.h"
+#include "zqcore27/config/file_channel.h"
+#include "zqcore27/errors/string_error.h"
+#include "zqcore27/strings/transcode.h"
+
+namespace {
+
+constexpr std::uint16_t END = Config::EOF_CHAR;
+using Units = std::basic_string<std::uint16_t>;
+
+// Up to the end, which must come back, each character taken back once after every `n`.
+Units allOf(ConfigDataChannel& channel, std::size_t n) {
+  Units out;
+  for (std::uint16_t c = channel.getC(); c != END; c = channel.getC()) {
+    out += c;
+    if (out.size() % n != 0) continue;
+    EXPECT_EQ(channel.ungetC(c), c);
+    EXPECT_EQ(channel.getC(), c) << "character " << out.size();
+  }
+  channel.ungetC(END);
+  EXPECT_EQ(channel.getC(), END);
+  EXPECT_EQ(channel.getC(), END);
+  return out;
+}
+
+TEST(FileChannelTest, EveryByteOfEverySize) {
+  for (const std::size_t size : {0, 1, 2, 3, 15997, 15998, 15999, 16000, 16001, 16002, 31998, 31999, 32000, 32001,
+                                 79999, 80000, 80001, 200000}) {
+    std::string bytes(size, ' ');
+    for (std::size_t i = 0; i != size; ++i) bytes[i] = static_cast<char>(' ' + i % 89);
+    const BytesFile file(bytes);
+    for (const std::size_t n : {1, 7}) {
+      SCOPED_TRACE(testing::Message() << size << " bytes, every " << n);
+      ConfigDataChannelIFile channel(file.locator());
+      EXPECT_TRUE(channel.good());
+      EXPECT_TRUE(allOf(channel, n) == Units(bytes.begin(), bytes.end()));
+    }
+  }
+}
+
+TEST(FileChannelTest, CharactersAcrossTheSeamInEveryCodePage) {
+  static constexpr struct {
+    int line;
+    unsigned int page;  // 0: UTF-8 by setUTF8
+    const char* bytes;
+    std::uint16_t unit;
+  } ROWS[] = {
+      {__LINE__, 0, "\xE2\x82\xAC", 0x20AC},     {__LINE__, 0, "\xC3\xA9", 0xE9},  {__LINE__, 0, "\xFF", 0xFFFD},
+      {__LINE__, 65001, "\xE2\x82\xAC", 0x20AC}, {__LINE__, 1252, "\x80", 0x20AC}, {__LINE__, 932, "\x82\xA0", 0x3042},
+  };
+  for (const auto& row : ROWS) {
+    setACPid(row.page == 0 ? 1252 : row.page);
+    for (std::size_t before = 15990; before != 16004; ++before) {
+      for (const char* behind : {"", "x", "xyz"}) {
+        SCOPED_TRACE(testing::Message() << "row of line " << row.line << " behind " << before << " bytes");
+        const BytesFile file(std::string(before, 'a') + row.bytes + row.bytes + behind);
+        ConfigDataChannelIFile channel(file.locator());
+        channel.setUTF8(row.page == 0);
+        Units expected(before, 'a');
+        expected += {row.unit, row.unit};
+        expected.append(behind, behind + std::char_traits<char>::length(behind));
+        EXPECT_TRUE(allOf(channel, 1) == expected);
+      }
+    }
+  }
+  setACPid(65001);
+}
+
+// The blocks hold sequences' further bytes from before where the text now ends.
+TEST(FileChannelTest, ACutOffCharacterIsNotCompletedByAnOlderBlock) {
+  std::string bytes;
+  while (bytes.size() < 5 * 16000) bytes += "\xE2\x82\xAC\x82";
+  bytes.resize(5 * 16000, ' ');
+  for (const char* end : {"\xC3", "\xE2", "\xE2\x82"}) {
+    const BytesFile file(bytes + end);
+    ConfigDataChannelIFile channel(file.locator());
+    channel.setUTF8(true);
+    const Units units = allOf(channel, 5);
+    EXPECT_EQ(units.back(), 0xFFFD);
+    setACPid(932);
+    const BytesFile native(std::string(5 * 16000, '\xB1') + "\x82");
+    ConfigDataChannelIFile other(native.locator());
+    try {
+      allOf(other, 5);
+      ADD_FAILURE() << "no error";
+    } catch (const StringError& e) {
+      EXPECT_EQ(e.code(), StringError::CUT_OFF_CHARACTER);
+    }
+    EXPECT_EQ(other.getC(), END);
+    setACPid(65001);
+  }
+}
+
+// The bytes of the seam come before the error; the reader may be anywhere in the first five blocks.
+TEST(FileChannelTest, AFailedReadShowsBehindTheHead) {
+  const BytesFile file(std::string(15 * 16000, 'a') + "\xE2\x82\xAC");
+  ConfigDataChannelIFile channel(file.locator());
+  std::filesystem::resize_file(file.path(), 6 * 16000 + 5000);
+  for (int i = 0; i != 6 * 16000; ++i) ASSERT_EQ(channel.getC(), 'a') << i;
+  channel.ungetC('a');
+  EXPECT_EQ(channel.getC(), 'a');
+  EXPECT_THROW(channel.getC(), ConfigError);
+  channel.ungetC('a');
+  EXPECT_THROW(channel.getC(), ConfigError);
+}
+
+TEST(FileChannelTest, AByteOfOneEndsItForGood) {
+  const BytesFile file("a\x01z");
+  ConfigDataChannelIFile channel(file.locator());
+  EXPECT_EQ(channel.getC(), 'a');
+  EXPECT_FALSE(channel.cutOff());
+  for (int i = 0; i != 3; ++i) {
+    EXPECT_EQ(channel.getC(), 1);
+    channel.ungetC(1);
+  }
+  EXPECT_TRUE(channel.cutOff());
+  EXPECT_THROW(channel.putC('a'), ConfigError);
+}
+
+TEST(StreamChannelTest, BytesAreSignExtendedAndAZeroByteIsTheEnd) {
+  std::istringstream stream(std::string("a\xE9\0b", 4));
+  ConfigDataChannelIStream channel(stream);
+  EXPECT_EQ(channel.getC(), 'a');
+  EXPECT_EQ(channel.getC(), 0xFFE9);
+  channel.ungetC(0xFFE9);
+  EXPECT_EQ(channel.getC(), 0xFFE9);
+  for (int i = 0; i != 3; ++i) {
+    EXPECT_EQ(channel.getC(), END);
+    channel.ungetC(END);
+  }
+  EXPECT_THROW(channel.putC('a'), ConfigError);
+}
+
+TEST(StringChannelTest, EndsAtTheTerminatorAndAppends) {
+  String text(u"ab\u20AC");
+  ConfigDataChannelString channel(text);
+  EXPECT_EQ(channel.getC(), 'a');
+  EXPECT_EQ(channel.putC('c'), 'c');
+  channel.putC(END);
+  channel.putC(0);
+  EXPECT_EQ(utf8(text), "ab\u20ACc");
+  EXPECT_TRUE(allOf(channel, 1) == Units({'b', 0x20AC, 'c'}));
+  ConfigDataChannelString readOnly(static_cast<const String&>(text));
+  EXPECT_THROW(readOnly.putC('a'), ConfigError);
+}
+
+TEST(DecryptChannelTest, LinesAreLedInByALineFeed) {
+  const struct {
+    int line;
+    std::string source, text;
+  } rows[] = {
+      {__LINE__, "", "\n"},
+      {__LINE__, "\n\r\n\n", "\n"},
+      {__LINE__, "plain\nz0\n\nmore", "\nplain\nz0\nmore\n"},
+      {__LINE__, "\n" + armoured("abc") + "\r\n\r\n" + armoured("d") + "\n", "\nabc\nd\n"},
+      {__LINE__, armoured("a") + "\n" + armoured("ab") + "\n" + armoured("abcd"), "\na\nab\nabcd\n"},
+      {__LINE__, armoured("\x01 one"), "\n\x01 one\n"},
+      {__LINE__, armoured("abc").substr(1) + "x", "\n" + armoured("abc").substr(1) + "x\n"},
+      {__LINE__, armoured(std::string(5000, 'q')), "\n" + std::string(5000, 'q') + "\n"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
+    for (const std::size_t n : {1, 3}) {
+      std::istringstream stream(row.source);
+      ConfigDataChannelIDecrypt channel(std::make_unique<ConfigDataChannelIStream>(stream), 0);
+      EXPECT_TRUE(allOf(channel, n) == Units(row.text.begin(), row.text.end()));
+    }
+  }
+}
+
+TEST(DecryptChannelTest, DecodedBytesAreTextOfTheirOwn) {
+  setACPid(1252);
+  for (const bool utf8 : {false, true}) {
+    std::istringstream stream(armoured("\x80\xE2\x82\xAC\xC3"));
+    ConfigDataChannelIDecrypt channel(std::make_unique<ConfigDataChannelIStream>(stream), 0);
+    channel.setUTF8(utf8);
+    EXPECT_TRUE(allOf(channel, 1) == (utf8 ? Units({'\n', 0xFFFD, 0x20AC, 0xFFFD, '\n'})
+                                           : Units({'\n', 0x20AC, 0xE2, 0x201A, 0xAC, 0xC3, '\n'})));
+  }
+  setACPid(65001);
+}
+
+// A character whose low byte is zero closes the line in hand, an empty one too.
+TEST(DecryptChannelTest, AZeroLowByteClosesALine) {
+  const String text(u"a\u0100\u0100b\n");
+  ConfigDataChannelIDecrypt channel(std::make_unique<ConfigDataChannelString>(text), 0);
+  EXPECT_TRUE(allOf(channel, 1) == Units({'\n', 'a', '\n', '\n', 'b', '\n'}));
+}
+
+}  // namespace

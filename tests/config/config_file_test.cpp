@@ -1,0 +1,190 @@
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "tests/config/sources.h"
+#include "zqcore27/errors/string_error.h"
+
+namespace {
+
+std::size_t openDescriptors() {
+  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
+}
+
+TEST(ConfigFileTest, WhatCannotBeOpenedIsRefusedWithItsPath) {
+  const BytesFile file("x");
+  const std::filesystem::path large = file.path().parent_path() / "large.conf";
+  std::ofstream(large) << "a\n";
+  std::filesystem::resize_file(large, std::uintmax_t{1} << 32);
+  const std::size_t before = openDescriptors();
+  for (const std::filesystem::path& path :
+       {file.path().parent_path() / "missing", file.path().parent_path(), large, std::filesystem::path()}) {
+    SCOPED_TRACE(path.string());
+    try {
+      Config config(FileLocator(String::fromUTF8(path.string())));
+      ADD_FAILURE() << "opened";
+    } catch (ConfigError& e) {
+      EXPECT_EQ(e.code(), ConfigError::CANNOT_OPEN);
+      ASSERT_EQ(e.numInserts(), 1);
+      EXPECT_EQ(utf8(String(e.getInsert(0)->get(nullptr))), path.empty() ? "./" : path.string());
+    }
+  }
+  EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST(ConfigFileTest, ALookAtTheFirstCharacterThatFailsReleasesTheFile) {
+  const BytesFile file("\xE9t\xE9\n");
+  setACPid(65001);
+  const std::size_t before = openDescriptors();
+  EXPECT_THROW(Config config(file.locator()), StringError);
+  EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST(ConfigFileTest, UTF8IsSetBehindTheLook) {
+  setACPid(1252);  // in which the first byte is a character of its own
+  const BytesFile file("\u00E9t\u00E9 \"\u20AC\xFF\xE2\x82\" \xC3");
+  Config config(file.locator());
+  config.setUTF8(true);
+  EXPECT_EQ(allTokens(config), "K(\u00E9t\u00E9) S(\u20AC\uFFFD\uFFFD\uFFFD) K(\uFFFD) <EOF>");
+  const BytesFile marked("\xEF\xBB\xBF#comment\na\n");
+  Config other(marked.locator());
+  EXPECT_EQ(allTokens(other), "K(a) <EOS> <EOF>");
+  setACPid(65001);
+}
+
+TEST(ConfigFileTest, RefusedNativeBytesAreSteppedOver) {
+  setACPid(65001);
+  const BytesFile file("a \xFF b\nc \xFF\xFF d\ne\n");
+  Config config(file.locator());
+  EXPECT_THROW(config.nextToken(), StringError);  // behind the word, which is held
+  EXPECT_EQ(utf8(config.getKeyword()), "a");
+  EXPECT_EQ(utf8(config.getKeyword()), "b");
+  config.checkEOS();
+  EXPECT_THROW(config.nextToken(), StringError);
+  config.skipLine();
+  EXPECT_EQ(allTokens(config), "K(e) <EOS> <EOF>");
+}
+
+// The reader may be anywhere in the first five blocks when the file is cut: the cut lies behind them.
+TEST(ConfigFileTest, AFailedReadShowsBehindTheLastTextThatWasRead) {
+  const std::string line = std::string(99, 'w') + "\n";
+  std::string text;
+  for (int i = 0; i != 3000; ++i) text += line;
+  const BytesFile file(text);
+  Config config(file.locator());
+  std::filesystem::resize_file(file.path(), 100000);
+  std::uint32_t code = 0;
+  int lines = 0;
+  try {
+    for (;; ++lines) {
+      ASSERT_EQ(config.nextToken(), Config::KEYWORD_TOKEN);
+      config.releaseToken();
+      config.checkEOS();
+    }
+  } catch (const ConfigError& e) {
+    code = e.code();
+  }
+  EXPECT_EQ(code, ConfigError::READ_FAILED);
+  EXPECT_EQ(lines, 960);  // six whole blocks
+  EXPECT_EQ(config.line(), 961u);
+  EXPECT_EQ(config.column(), 1u);
+  config.releaseToken();
+  EXPECT_THROW(config.nextToken(), ConfigError);
+  config.releaseToken();
+  EXPECT_THROW(config.releaseLine(), ConfigError);
+}
+
+TEST(ConfigFileTest, AByteOfOneEndsTheText) {
+  static constexpr struct {
+    int line;
+    const char *text, *tokens;
+  } ROWS[] = {
+      {__LINE__, "a !comment \x01\nb\n", "K(a) <EOF>"},
+      {__LINE__, "a & dropped \x01\nb\n", "K(a) <EOF>"},
+      {__LINE__, "'a\x01'\nb\n", "!10d('a) <EOF>"},
+      {__LINE__, "\"a\x01\"\nb\n", "!10d(a) <EOF>"},
+  };
+  for (const auto& row : ROWS) {
+    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
+    Source source(Kind::PLAIN_FILE, row.text);
+    EXPECT_EQ(allTokens(*source), row.tokens);
+  }
+  const BytesFile file("word \x01 lost\n");
+  Config config(file.locator());
+  EXPECT_EQ(utf8(config.getKeyword()), "word");
+  try {
+    config.nextToken();
+    ADD_FAILURE() << "no error";
+  } catch (const ConfigError& e) {
+    EXPECT_EQ(e.code(), ConfigError::WORD_TOO_LONG);  // all that comes is that character
+    EXPECT_EQ(config.column(), 6u);
+  }
+  config.skipLine();
+  EXPECT_EQ(config.nextToken(), Config::EOF_TOKEN);
+  // Decrypted, it closes its line and the text.
+  Config decrypted(file.locator());
+  decrypted.enableDecryption(0, false);
+  EXPECT_EQ(allTokens(decrypted), "K(word) K(\x01) <EOS> <EOF>");
+}
+
+TEST(ConfigFileTest, DestroyedAnywhereWhileTheReaderWaits) {
+  std::string text;
+  for (int i = 0; i != 30000; ++i) text += "word " + std::to_string(i) + "\n";
+  const BytesFile file(text);
+  for (int tokens = 0; tokens < 20000; tokens = tokens * 3 + 1) {
+    Config config(file.locator());
+    for (int i = 0; i != tokens; ++i) {
+      config.nextToken();
+      config.releaseToken();
+    }
+  }
+}
+
+// Random bytes with all that means something strewn in: every way of reading them comes to the end of the text.
+TEST(ConfigFileTest, RandomBytesEnd) {
+  const unsigned seed = std::random_device()();
+  SCOPED_TRACE(testing::Message() << "seed " << seed);
+  std::mt19937 random(seed);
+  const auto below = [&random](unsigned n) { return static_cast<unsigned>(random() % n); };
+  const std::string spice = "\n\r\t |!&#\"'\\=+-*<>.eE019xyz,;\x1A\x01\xE2\x82\xAC";
+  for (int round = 0; round != 60; ++round) {
+    std::string text(below(round % 6 == 0 ? 100000 : 3000), ' ');
+    const unsigned wild = below(4) == 0 ? 2 : 400;  // one byte in so many is anything
+    for (char& c : text) {
+      c = below(wild) == 0 ? static_cast<char>(below(256)) : spice[below(static_cast<unsigned>(spice.size()))];
+      if (wild == 400 && (c == '\x1A' || c == '\x01') && below(300) != 0) c = 'a';
+    }
+    std::unique_ptr<Source> source;
+    try {
+      static constexpr Kind KINDS[] = {Kind::PLAIN_FILE, Kind::STREAM, Kind::ARMOURED_FILE};
+      source = std::make_unique<Source>(KINDS[below(3)], text);
+      if (below(3) == 0) (*source)->enableDecryption(0, below(2) == 0);
+    } catch (const StringError&) {
+      continue;  // out of the look at the first character
+    }
+    Config& config = **source;
+    config.setUTF8(below(2) == 0);
+    config.enableSeparators(static_cast<Config::SeparatorType>(random()));
+    std::size_t steps = 0;
+    const std::size_t most = 4 * text.size() + 100;
+    for (Config::TokenType t = Config::NO_TOKEN; t != Config::EOF_TOKEN && steps != most; ++steps) {
+      try {
+        t = config.nextToken();
+        ASSERT_LE(config.tokenText().size(), 16000u);
+        if (t == Config::EOS_TOKEN) config.checkEOS();
+        if (below(8) == 0) config.getBool();
+        if (below(8) == 0) config.getFp();
+        if (below(8) == 0) config.getInt();
+        if (below(8) == 0) config.releaseLine();
+        config.releaseToken();
+      } catch (const Error&) {
+        if (below(2) == 0) config.skipLine();
+        config.releaseToken();
+      }
+    }
+    ASSERT_NE(steps, most) << "round " << round;
+    EXPECT_EQ(config.nextToken(), Config::EOF_TOKEN);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,196 @@
+#include <gtest/gtest.h>
+
+#include "tests/config/sources.h"
+#include "zqcore27/errors/cstr.h"
+
+namespace {
+
+enum class Reader { KEYWORD, STRING, INT, FP, BOOL, END };
+
+std::string read(Config& config, Reader reader) {
+  std::ostringstream out;
+  out.precision(17);
+  switch (reader) {
+    case Reader::KEYWORD:
+      return utf8(config.getKeyword());
+    case Reader::STRING:
+      return utf8(config.getStr());
+    case Reader::INT:
+      out << config.getInt();
+      return out.str();
+    case Reader::FP:
+      out << config.getFp();
+      return out.str();
+    case Reader::BOOL:
+      return config.getBool() ? "true" : "false";
+    case Reader::END:
+      return config.checkEOS() ? "end" : "no end";
+  }
+  return "";
+}
+
+TEST(ConfigReadTest, TypedReaders) {
+  // What is read of the text, and what token comes next: the offending one where the reader refuses it.
+  static constexpr struct {
+    int line;
+    Reader reader;
+    const char *text, *result, *next;
+  } ROWS[] = {
+      {__LINE__, Reader::KEYWORD, "word 1", "word", "I(1)"},
+      {__LINE__, Reader::KEYWORD, "'a b' 1", "'a b'", "I(1)"},
+      {__LINE__, Reader::KEYWORD, "12 a", "!111", "I(12)"},
+      {__LINE__, Reader::KEYWORD, "", "!111", "<EOF>"},
+      {__LINE__, Reader::STRING, "\"a b\" 1", "a b", "I(1)"},
+      {__LINE__, Reader::STRING, "word 1", "!10b", "K(word)"},
+      {__LINE__, Reader::INT, "12 a", "12", "K(a)"},
+      {__LINE__, Reader::INT, "+5 a", "5", "K(a)"},
+      {__LINE__, Reader::INT, "- 5 a", "-5", "K(a)"},
+      {__LINE__, Reader::INT, "2147483648 a", "-2147483648", "K(a)"},
+      {__LINE__, Reader::INT, "-2147483648 a", "-2147483648", "K(a)"},
+      {__LINE__, Reader::INT, "4294967297 a", "1", "K(a)"},
+      {__LINE__, Reader::INT, "1.5 a", "!113", "F(1.5)"},
+      {__LINE__, Reader::INT, "-a b", "!113", "K(a)"},  // the sign is gone
+      {__LINE__, Reader::INT, "--5", "!113", "-"},
+      {__LINE__, Reader::FP, "1.5 a", "1.5", "K(a)"},
+      {__LINE__, Reader::FP, "-1e2 a", "-100", "K(a)"},
+      {__LINE__, Reader::FP, "+.25 a", "0.25", "K(a)"},
+      {__LINE__, Reader::FP, "7 a", "7", "K(a)"},
+      {__LINE__, Reader::FP, ". a", "!112", "K(a)"},   // the scan fails behind the release
+      {__LINE__, Reader::FP, "1e a", "!112", "K(a)"},  // likewise
+      {__LINE__, Reader::FP, "-x a", "!112", "K(x)"},
+      {__LINE__, Reader::BOOL, "yes a", "true", "K(a)"},
+      {__LINE__, Reader::BOOL, "TRUE a", "true", "K(a)"},
+      {__LINE__, Reader::BOOL, "y a", "true", "K(a)"},
+      {__LINE__, Reader::BOOL, "n a", "false", "K(a)"},
+      {__LINE__, Reader::BOOL, "No a", "false", "K(a)"},
+      {__LINE__, Reader::BOOL, "false a", "false", "K(a)"},
+      {__LINE__, Reader::BOOL, "0 a", "false", "K(a)"},
+      {__LINE__, Reader::BOOL, "17 a", "true", "K(a)"},
+      {__LINE__, Reader::BOOL, "'Yes' a", "!10f", "K('Yes')"},
+      {__LINE__, Reader::BOOL, "Yess a", "!10f", "K(Yess)"},
+      {__LINE__, Reader::BOOL, "-1", "!10f", "-"},
+      {__LINE__, Reader::BOOL, "1.0", "!10f", "F(1.0)"},
+      {__LINE__, Reader::END, "\n", "end", "<EOF>"},
+      {__LINE__, Reader::END, "a\n", "!114", "K(a)"},
+  };
+  for (const auto& row : ROWS) {
+    SCOPED_TRACE(testing::Message() << "row of line " << row.line << ": " << row.text);
+    Source source(Kind::STRING, row.text);
+    std::string result;
+    try {
+      result = read(*source, row.reader);
+    } catch (const ConfigError& e) {
+      EXPECT_FALSE(e.fatal());
+      result = codeName(e);
+    }
+    EXPECT_EQ(result, row.result);
+    const Config::TokenType next = source->nextToken();
+    EXPECT_EQ(tokenName(*source, next), row.next);
+  }
+}
+
+TEST(ConfigReadTest, MatchSeparator) {
+  Source source(Kind::STRING, "a == = b");
+  source->enableSeparators(Config::SEP_EQUALS | Config::SEP_EQUALS_EQUALS);
+  EXPECT_EQ(source->matchSeparator(Config::EQUALS_TOKEN), Config::NO_TOKEN);
+  EXPECT_EQ(utf8(source->getKeyword()), "a");
+  EXPECT_EQ(source->matchSeparator(Config::EQUALS_TOKEN), Config::NO_TOKEN);
+  EXPECT_EQ(source->matchSeparator(Config::EQUALS_EQUALS_TOKEN), 127);
+  EXPECT_EQ(source->matchSeparator(Config::EQUALS_TOKEN), '=');
+  EXPECT_EQ(utf8(source->getKeyword()), "b");
+}
+
+class Words : public CStr {
+ public:
+  const std::uint16_t* get(std::uint32_t handle) override {
+    static const String texts[] = {u"red", u"green", u"red"};
+    return handle >= 10 && handle < 13 ? texts[handle - 10].begin() : nullptr;
+  }
+};
+
+TEST(ConfigReadTest, MatchKeywordTakesTheTokenInAnyCase) {
+  Words words;
+  Source source(Kind::STRING, "RED green blue 1");
+  EXPECT_EQ(source->matchKeyword(&words, 10, 12), 10u);
+  EXPECT_EQ(source->matchKeyword(&words, 12, 12), 0u);
+  EXPECT_EQ(source->matchKeyword(&words, 0, 100), 0u);
+  EXPECT_THROW(source->matchKeyword(&words, 10, 12), ConfigError);
+  EXPECT_EQ(source->getInt(), 1);
+}
+
+TEST(ConfigReadTest, PlacesOfTokensAndErrors) {
+  static constexpr struct {
+    int line;
+    Kind kind;
+    const char* text;
+    const char* places;  // of each token line:column, of an error the place where scanning stopped
+  } ROWS[] = {
+      {__LINE__, Kind::STRING, "a  b=1\n\n\t\"c\"\n", "1:1 1:4 1:5 1:6 1:7 3:2 3:5 4:1"},
+      {__LINE__, Kind::PLAIN_FILE,
+       "\xEF\xBB\xBF"
+       "ab c\r\nd",
+       "1:1 1:4 1:6 2:1 2:2"},
+      {__LINE__, Kind::ARMOURED_FILE, "ab c\n\n\n d\n", "1:1 1:4 1:5 2:2 2:3 3:1"},
+      {__LINE__, Kind::STRING, "a & c\n\nb\n", "1:1 3:1 3:2 4:1"},
+      {__LINE__, Kind::STRING, "a \"b\nc\n", "1:1 !1:5 2:1 2:2 3:1"},
+      {__LINE__, Kind::STRING, "'ab\x03'\"\nc", "!1:4 2:1 2:2"},
+      {__LINE__, Kind::PLAIN_FILE, "#\n\"\\x\nc 'd", "!2:4 3:1 !3:5 3:5"},
+  };
+  for (const auto& row : ROWS) {
+    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
+    Source source(row.kind, row.text);
+    std::ostringstream places;
+    for (Config::TokenType t = Config::NO_TOKEN; t != Config::EOF_TOKEN;) {
+      try {
+        t = source->nextToken();
+        places << source->tokenLine() << ":" << source->tokenColumn() << " ";
+        if (t == Config::EOS_TOKEN) source->checkEOS();
+        source->releaseToken();
+      } catch (const ConfigError&) {
+        places << "!" << source->line() << ":" << source->column() << " ";
+        source->skipLine();
+      }
+    }
+    EXPECT_EQ(places.str(), std::string(row.places) + " ");
+  }
+}
+
+TEST(ConfigReadTest, SkipLineGoesToTheEndOfTheLineWhereScanningStopped) {
+  for (const Kind kind : ALL_KINDS) {
+    SCOPED_TRACE(static_cast<int>(kind));
+    Source source(kind, "a = | b \"c\n= d\n\"e\n");
+    source->skipLine();  // nothing read yet: nothing skipped
+    EXPECT_EQ(utf8(source->getKeyword()), "a");
+    EXPECT_EQ(source->matchSeparator(Config::EQUALS_TOKEN), Config::EQUALS_TOKEN);
+    EXPECT_THROW(source->getInt(), ConfigError);  // holds the end of the statement at `|`, in the middle of the line
+    source->skipLine();
+    EXPECT_EQ(source->matchSeparator(Config::EQUALS_TOKEN), Config::EQUALS_TOKEN);
+    EXPECT_EQ(utf8(source->getKeyword()), "d");
+    EXPECT_THROW(source->getInt(), ConfigError);  // holds the end of the statement, behind which a line begins
+    source->skipLine();
+    EXPECT_THROW(source->nextToken(), ConfigError);
+    source->skipLine();
+    EXPECT_EQ(source->nextToken(), Config::EOF_TOKEN);
+  }
+}
+
+TEST(ConfigReadTest, DecryptionAndItsMarker) {
+  const std::string plain = "!plain\na\n";
+  for (const bool honour : {false, true}) {
+    SCOPED_TRACE(honour);
+    std::istringstream stream(plain);
+    Config config(stream);
+    config.enableDecryption(7, honour);
+    EXPECT_EQ(config.charactersProcessed(), 0u);
+    EXPECT_EQ(allTokens(config), "K(a) <EOS> <EOF>");
+    // The led in line feeds, and with them the wrapping, show in the count: one more in front, none lost.
+    EXPECT_EQ(config.charactersProcessed(), honour ? plain.size() : plain.size() + 1);
+  }
+  const BytesFile file("!x\n" + armoured("b") + "\n" + armoured("") + "\n\n\r\n" + armoured("c \xC3\xA9") + "\nz0\nd");
+  Config config(file.locator());
+  config.enableDecryption(7, false);
+  config.setUTF8(true);
+  EXPECT_EQ(allTokens(config), "K(b) <EOS> K(c) K(\u00E9) <EOS> K(z0) <EOS> K(d) <EOS> <EOF>");
+}
+
+}  // namespace

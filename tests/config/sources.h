@@ -1,0 +1,137 @@
+#pragma once
+
+// Texts for a Config out of each kind of source, and tokens as one line of text.
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tests/support/temporary_directory.h"
+#include "tests/support/text.h"
+#include "zqcore27/config/config.h"
+#include "zqcore27/config/config_error.h"
+#include "zqcore27/files/file_locator.h"
+#include "zqcore27/strings/armour.h"
+
+/// A file of given bytes, removed with the object.
+class BytesFile {
+ public:
+  explicit BytesFile(std::string_view bytes) : fPath(fDirectory.path() / "text.conf") {
+    std::ofstream(fPath, std::ios::binary) << bytes;
+  }
+  const std::filesystem::path& path() const { return fPath; }
+  FileLocator locator() const { return FileLocator(String::fromUTF8(fPath.string())); }
+
+ private:
+  TemporaryDirectory fDirectory;
+  std::filesystem::path fPath;
+};
+
+inline std::string armoured(std::string_view line) {
+  std::vector<unsigned char> out(LengthInAscii(static_cast<std::uint32_t>(line.size())) + 5);
+  auto length = static_cast<std::int32_t>(out.size());
+  StringInOut(reinterpret_cast<const unsigned char*>(line.data()), static_cast<std::int32_t>(line.size()), out.data(),
+              &length);
+  return std::string(reinterpret_cast<const char*>(out.data()), static_cast<std::size_t>(length));
+}
+
+/// Each line by itself, as the decrypting reader expects it; a line end in an empty line is kept.
+inline std::string armouredLines(std::string_view text) {
+  std::string out;
+  while (!text.empty()) {
+    const std::size_t end = text.find('\n');
+    if (end != 0) out += armoured(text.substr(0, end));
+    if (end == std::string_view::npos) break;
+    out += '\n';
+    text.remove_prefix(end + 1);
+  }
+  return out;
+}
+
+enum class Kind { STREAM, STRING, PLAIN_FILE, ARMOURED_FILE };
+inline constexpr Kind ALL_KINDS[] = {Kind::STREAM, Kind::STRING, Kind::PLAIN_FILE, Kind::ARMOURED_FILE};
+
+/// A Config with all that it reads from.
+class Source {
+ public:
+  Source(Kind kind, const std::string& text) {
+    switch (kind) {
+      case Kind::STREAM:
+        fStream.str(text);
+        fConfig = std::make_unique<Config>(fStream);
+        break;
+      case Kind::STRING:
+        fString = String::fromUTF8(text);
+        fConfig = std::make_unique<Config>(static_cast<const String&>(fString));
+        break;
+      case Kind::PLAIN_FILE:
+        openFile(text);
+        break;
+      case Kind::ARMOURED_FILE:
+        openFile(armouredLines(text));
+        fConfig->enableDecryption(0, false);
+        break;
+    }
+  }
+  Config& operator*() { return *fConfig; }
+  Config* operator->() { return fConfig.get(); }
+
+ private:
+  void openFile(const std::string& bytes) {
+    fFile = std::make_unique<BytesFile>(bytes);
+    fConfig = std::make_unique<Config>(fFile->locator());
+  }
+
+  std::istringstream fStream;
+  String fString;
+  std::unique_ptr<BytesFile> fFile;
+  std::unique_ptr<Config> fConfig;
+};
+
+inline std::string tokenName(Config& config, Config::TokenType t) {
+  const std::string text = utf8(config.tokenText());
+  switch (t) {
+    case Config::KEYWORD_TOKEN:
+      return "K(" + text + ")";
+    case Config::INT_TOKEN:
+      return "I(" + text + ")";
+    case Config::STRING_TOKEN:
+      return "S(" + text + ")";
+    case Config::FP_TOKEN:
+      return "F(" + text + ")";
+    default:
+      return text;
+  }
+}
+
+/// The low 12 bits of the code, as "!109".
+inline std::string codeName(const Error& e) {
+  std::ostringstream out;
+  out << "!" << std::hex << (e.code() & 0xFFF);
+  return out.str();
+}
+
+/// Every token up to the end of the text, statements closed, errors with what was read of the token.
+inline std::string allTokens(Config& config) {
+  std::string out;
+  for (int budget = 100000; budget != 0; --budget) {
+    try {
+      const Config::TokenType t = config.nextToken();
+      out += (out.empty() ? "" : " ") + tokenName(config, t);
+      if (t == Config::EOF_TOKEN) return out;
+      if (t == Config::EOS_TOKEN) {
+        config.checkEOS();
+      } else {
+        config.releaseToken();
+      }
+    } catch (const ConfigError& e) {
+      out += (out.empty() ? "" : " ") + codeName(e) + "(" + utf8(config.tokenText()) + ")";
+      config.releaseToken();
+    }
+  }
+  return out + " without end";
+}
