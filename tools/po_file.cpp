@@ -100,8 +100,7 @@ class Reader {
     if (context == nullptr) return fault("the handle is missing: msgctxt \"0x...\" belongs in front of msgid");
     const std::string_view name = context;
     const auto handle = name.starts_with("0x") ? parseHandle(name) : std::nullopt;
-    if (!handle)
-      return fault("\"" + std::string(name) + "\" is no handle: write 0x and up to eight hexadecimal digits");
+    if (!handle) return fault(std::string(name) + " is no handle: write 0x and up to eight hexadecimal digits");
 
     const char* source = po_message_msgstr(message);
     const bool fuzzy = po_message_is_fuzzy(message) != 0;

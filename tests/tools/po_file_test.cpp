@@ -20,7 +20,7 @@ TEST(PoFileTest, TellsEachFaultWithItsLine) {
     const char* words;
   } ROWS[] = {
       {__LINE__, "msgid \"a\"\nmsgstr \"b\"\n", 4, "handle is missing"},
-      {__LINE__, "msgctxt \"C2000109\"\nmsgid \"a\"\nmsgstr \"b\"\n", 4, "\"C2000109\" is no handle"},
+      {__LINE__, "msgctxt \"C2000109\"\nmsgid \"a\"\nmsgstr \"b\"\n", 4, "C2000109 is no handle"},
       {__LINE__, "msgctxt \"0xC20001091\"\nmsgid \"a\"\nmsgstr \"b\"\n", 4, "is no handle"},
       {__LINE__, "msgctxt \"0x\"\nmsgid \"a\"\nmsgstr \"b\"\n", 4, "is no handle"},
       {__LINE__, "\n# note\nmsgctxt \"0xC2000109 \"\nmsgid \"a\"\nmsgstr \"b\"\n", 6, "is no handle"},

@@ -134,7 +134,7 @@ LanguageName languageOfLocale(const char* locale) {
     }
   }
   if (language.size() < 2 || language.size() > 3 || !std::all_of(language.begin(), language.end(), isLetter)) return {};
-  std::transform(language.begin(), language.end(), result.begin(), small);
+  for (std::size_t i = 0; i < 3 && i < language.size(); ++i) result[i] = small(language[i]);
   return result;
 }
 
