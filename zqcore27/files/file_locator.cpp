@@ -109,7 +109,7 @@ void FileLocator::join_full_name() {
 
 void FileLocator::rebuild_path() { fPath = join(fLocation, dir_sep(), fFullName); }
 
-bool FileLocator::listFiles(std::vector<String>& out) const {
+bool FileLocator::list_names(void (*add)(void* to, const char* name), void* to) const {
   const NatString extension(fExtension);
   const bool everything = extension.size() == 1 || (extension.size() == 2 && *extension.begin() == *STAR);
   const NatString pattern(everything ? String(STAR) : join(String(STAR), ext_sep(), fExtension));
@@ -118,7 +118,7 @@ bool FileLocator::listFiles(std::vector<String>& out) const {
   platform::DirectoryListing listing(directory.begin(), pattern.begin());
   bool found = false;
   for (const char* name = listing.next(); name != nullptr; name = listing.next()) {
-    out.emplace_back(name);
+    add(to, name);
     found = true;
   }
   return found || !listing.failed();

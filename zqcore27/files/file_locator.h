@@ -71,7 +71,11 @@ class ZQCORE27_EXPORT FileLocator {
   /// True also when nothing matches; false if the directory can't be opened or its first reading fails. A failure
   /// behind the first match ends the listing as its end does, with true.
   /// Errors: StringError for a name that isn't text in the platform's encoding, with the names before it in `out`.
-  virtual bool listFiles(std::vector<String>& out) const;
+  // Compiled into the host, so that the vector grows on the host's heap: a call through the library's table of virtual
+  // operations finds the host's copy, which the attribute keeps, before the library's.
+  [[gnu::used]] ZQCORE27_EXPORT virtual bool listFiles(std::vector<String>& out) const {
+    return list_names(add_name, &out);
+  }
 
  protected:
   /// Between directories, or 0 for a platform without one.
@@ -82,6 +86,9 @@ class ZQCORE27_EXPORT FileLocator {
   virtual void from_string(const String& s);
 
  private:
+  /// Hands each matching name, in native text, to `add`.
+  bool list_names(void (*add)(void* to, const char* name), void* to) const;
+  static void add_name(void* to, const char* name) { static_cast<std::vector<String>*>(to)->emplace_back(name); }
   void split_full_name();
   void join_full_name();
   void rebuild_path();
