@@ -6,7 +6,7 @@
 #include <string>
 
 #include "tests/support/catalogue_builder.h"
-#include "tests/support/temporary_directory.h"
+#include "tests/support/temp_dir.h"
 #include "tests/support/text.h"
 #include "zqcore27/catalogue/cstr_error.h"
 #include "zqcore27/catalogue/cstr_file.h"
@@ -43,8 +43,8 @@ class CatalogueTest : public testing::Test {
     gCore->fStringDirectory = nullptr;
   }
 
-  std::string pathOf(const std::string& name) const { return (fDirectory.path() / name).string(); }
-  void write(const std::string& name, const std::string& bytes) const { writeBytes(pathOf(name), bytes); }
+  std::string pathOf(const std::string& name) const { return fDirectory / name; }
+  void write(const std::string& name, const std::string& bytes) const { fDirectory.write(name, bytes); }
 
-  TemporaryDirectory fDirectory;
+  TempDir fDirectory;
 };

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <random>
@@ -219,7 +220,7 @@ TEST_F(CStrFileTest, TriesAPageAgainThatCouldNotBeRead) {
 }
 
 TEST_F(CStrFileTest, SearchesItsDirectoriesInOrder) {
-  const TemporaryDirectory second;
+  const TempDir second;
   const auto beside = std::filesystem::read_symlink("/proc/self/exe").parent_path();
   const std::string name = "zqcore27_search_test_" + second.path().filename().string() + ".cst";
   const auto holding = [](const char16_t* text) {
@@ -240,11 +241,11 @@ TEST_F(CStrFileTest, SearchesItsDirectoriesInOrder) {
   const auto modules = std::filesystem::path(library->l_name).parent_path();
   EXPECT_EQ(failureOf([&] { CStrFile(module, named(name.c_str())); }).substr(70), (modules / name).string());
   dlclose(module);
-  writeBytes(beside / name, holding(u"beside the program"));
+  std::ofstream(beside / name, std::ios::binary) << holding(u"beside the program");
   EXPECT_EQ(found(), "beside the program");
   setenv("tavio_language", (second.path() / "").c_str(), 1);
   EXPECT_EQ(found(), "beside the program");
-  writeBytes(second.path() / name, holding(u"by environment"));
+  second.write(name, holding(u"by environment"));
   EXPECT_EQ(found(), "by environment");
   std::filesystem::create_directory(pathOf(name));
   EXPECT_EQ(found(), "by environment") << "a directory is no file";
@@ -262,7 +263,7 @@ TEST_F(CStrFileTest, SearchesItsDirectoriesInOrder) {
   EXPECT_EQ(found(), "by environment");
   EXPECT_EQ(remembered(), second.path().string());
   gCore->fStringDirectory = nullptr;
-  writeBytes(second.path() / name, "unfit");
+  second.write(name, "unfit");
   EXPECT_EQ(failureOf(found).substr(0, 2), "8:");
   EXPECT_EQ(remembered(), second.path().string()) << "before the file is looked at";
   gCore->fStringDirectory = nullptr;

@@ -2,22 +2,13 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <map>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 /// Overwrites `width` bytes at `at` with `value`, little-endian.
 inline void poke(std::string& bytes, std::size_t at, int width, std::uint32_t value) {
   for (int i = 0; i < width; ++i) bytes.at(at + i) = static_cast<char>(value >> 8 * i & 0xFF);
-}
-
-inline void writeBytes(const std::filesystem::path& file, const std::string& bytes) {
-  std::ofstream out(file, std::ios::binary | std::ios::trunc);
-  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  if (!out.flush()) throw std::runtime_error("can't write " + file.string());
 }
 
 /// Makes the bytes of a catalogue file, independent of the compiler of the tools. Faults are put in afterwards, with
