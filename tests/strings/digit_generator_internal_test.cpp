@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstdint>
+#include <random>
 #include <string>
 
 #include "zqcore27/strings/digit_generator.h"
@@ -43,6 +46,34 @@ TEST(DigitGeneratorTest, DigitsAndDecimalPoint) {
     EXPECT_EQ(std::string(got.digits, static_cast<std::size_t>(got.count)), row.digits);
     EXPECT_EQ(got.decpt, row.decpt);
     EXPECT_EQ(got.negative, row.negative);
+  }
+}
+
+/// The digits of a number from 1 to below 10 as plain arithmetic gives them, before any rounding.
+std::string plainDigits(long double value, int n) {
+  std::string digits;
+  for (int i = 0; i < n; ++i) {
+    const int digit = static_cast<int>(value);
+    digits += static_cast<char>('0' + digit);
+    value = (value - digit) * 10;
+  }
+  return digits;
+}
+
+TEST(DigitGeneratorTest, DigitsAreThoseOfTheWidestType) {
+  std::mt19937_64 random(7);
+  for (int i = 0; i < 20000; ++i) {
+    // 1 to 10 needs no scaling; 0.1 to 1 is scaled once.
+    const double value = 1 + 9 * std::ldexp(static_cast<double>(random() >> 11), -53);
+    const double small = value / 10;
+    const std::string expected = plainDigits(value, 17), expectedSmall = plainDigits(small * 10.0L, 17);
+    const auto check = [](double number, const std::string& digits) {
+      if (digits[16] >= '5') return;  // would be rounded up
+      const Digits got = generateDigits(number, 16, DigitMode::SIGNIFICANT);
+      EXPECT_EQ(std::string(got.digits, 16), digits.substr(0, 16)) << number;
+    };
+    check(value, expected);
+    if (small < 1) check(small, expectedSmall);
   }
 }
 

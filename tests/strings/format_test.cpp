@@ -9,6 +9,7 @@
 
 #include "tests/support/text.h"
 #include "zqcore27/errors/mem_error.h"
+#include "zqcore27/errors/string_error.h"
 #include "zqcore27/strings/string.h"
 
 namespace {
@@ -96,6 +97,30 @@ TEST(FormatTest, Text) {
   EXPECT_EQ(built("ab%5n%d%n", &at, 12345, &count), "ab12345");
   EXPECT_EQ(at, 2);
   EXPECT_EQ(count, 7);
+}
+
+TEST(FormatTest, NarrowTextIsConverted) {
+  setACPid(65001);
+  std::int32_t count = 0;
+  const Row rows[] = {
+      {__LINE__, built("%Ns|%5Ns|%.3Ns", "z\xC3\xA4z", "\xC3\xA4", "z\xC3\xA4z"), "z\xC3\xA4z|   \xC3\xA4|z\xC3\xA4"},
+      {__LINE__, built("%Ns%n!", "\xE2\x82\xAC", &count), "\xE2\x82\xAC!"},
+      {__LINE__, built("%P", "\x04\xC3\xA4xy!"), "\xC3\xA4xy"},
+  };
+  check(rows);
+  EXPECT_EQ(count, 3) << "bytes are counted";
+
+  std::string text;
+  for (int i = 0; i < 3000; ++i) text += "a\xE2\x82\xAC";
+  String longText;
+  longText.build("%Ns", text.c_str());
+  EXPECT_EQ(utf8(longText), text);
+  EXPECT_EQ(blockBytes(longText), 2 * (6000u + 1));
+
+  String kept(u"before");
+  EXPECT_THROW(kept.build("x%.2Ns", "z\xC3\xA4"), StringError) << "a character is cut off";
+  EXPECT_EQ(utf8(kept), "before");
+  setACPid(0);
 }
 
 TEST(FormatTest, BadDirectiveEndsTheText) {

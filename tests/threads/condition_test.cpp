@@ -17,14 +17,14 @@ using std::chrono::steady_clock;
 /// Threads that wait on one condition, each of them asleep there when the constructor returns.
 class Waiters {
  public:
-  explicit Waiters(int number) {
+  explicit Waiters(int number) : fDisturbed(static_cast<std::size_t>(number)) {
     for (int i = 0; i < number; ++i) {
-      fThreads.push_back(std::make_unique<HostThread>([this] {
+      fThreads.push_back(std::make_unique<HostThread>([this, i] {
         const OrlanSynchronized hold(fMutex);
         ++fWaiting;
         fCondition.wait();
-        ++fWoken;
-        fWokenSeen.store(fWoken);
+        fDisturbed[static_cast<std::size_t>(i)] = true;
+        fWokenSeen.store(++fWoken);
         fWokenSeen.notify_all();
       }));
       const std::uint32_t id = fThreads.back()->id();
@@ -40,9 +40,12 @@ class Waiters {
     for (int seen = fWokenSeen; seen < number; seen = fWokenSeen) fWokenSeen.wait(seen);
   }
   /// How many sleep as they did at first, not woken since.
-  int undisturbed() const {
+  int undisturbed() {
+    const OrlanSynchronized hold(fMutex);
     int n = 0;
-    for (std::size_t i = 0; i < fThreads.size(); ++i) n += ThreadProbe::of(fThreads[i]->id()).sleeps == fSleeps[i];
+    for (std::size_t i = 0; i < fThreads.size(); ++i) {
+      n += !fDisturbed[i] && ThreadProbe::of(fThreads[i]->id()).sleeps == fSleeps[i];
+    }
     return n;
   }
 
@@ -56,6 +59,7 @@ class Waiters {
   OrlanCondition fCondition{&fMutex};
   int fWaiting = 0, fWoken = 0;
   std::atomic<int> fWokenSeen{0};
+  std::vector<char> fDisturbed;
   std::vector<std::uint64_t> fSleeps;
   std::vector<std::unique_ptr<HostThread>> fThreads;
 };

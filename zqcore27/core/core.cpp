@@ -20,6 +20,9 @@ namespace {
 // Held while a thread uses a core that it doesn't own, and while a core takes itself out of gCore. Never destroyed.
 constinit OrlanMutex coreLock;
 
+// One serves all cores, for the life of the process.
+constinit std::atomic<const JTCInitialize*> threadLayer{nullptr};
+
 /// A new object, or null at exhaustion.
 template <class T, class... Args>
 T* makeOrNull(Args&&... args) {
@@ -35,7 +38,7 @@ T* makeOrNull(Args&&... args) {
 CoreHold::CoreHold() : fHold(coreLock), fCore(std::atomic_ref<OrlanCore*>(gCore).load(std::memory_order_acquire)) {}
 
 OrlanCore::OrlanCore() : fStringDirectory(strNULL) {
-  [[maybe_unused]] static const JTCInitialize* const threadLayer = makeOrNull<JTCInitialize>();  // never destroyed
+  if (threadLayer == nullptr) threadLayer = makeOrNull<JTCInitialize>();
   fMemory = makeOrNull<MemAllocator>();
   fThreads = makeOrNull<ThreadRegistry>();
   const BuildInfo built = buildInfo();

@@ -1,9 +1,12 @@
 #include "zqcore27/strings/digit_generator.h"
 
 #include <algorithm>
+#include <bit>
 #include <cassert>
+#include <cfloat>
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 
 inline namespace zqcore27 {
 
@@ -45,6 +48,68 @@ std::int32_t normalise(long double& value) {
   return decpt;
 }
 
+/// Takes the digits of a normalised number: the whole part each time, then ten times the rest.
+class AnyRest {
+ public:
+  explicit AnyRest(long double value) : fValue(value) {}
+
+  int next() {
+    const int digit = static_cast<int>(fValue);
+    fValue = (fValue - digit) * 10;
+    return digit;
+  }
+
+ private:
+  long double fValue;
+};
+
+/// The same in integers, several times as fast, where the type has a significand of 64 bits: every digit and every
+/// rounding is that of the type's own arithmetic.
+class ExtendedRest {
+ public:
+  explicit ExtendedRest(long double value) {
+    static_assert(std::endian::native == std::endian::little || LDBL_MANT_DIG != 64);
+    std::uint16_t exponent;
+    std::memcpy(&fBits, &value, sizeof fBits);
+    std::memcpy(&exponent, reinterpret_cast<const char*>(&value) + sizeof fBits, sizeof exponent);
+    fShift = 16383 + 63 - exponent;
+  }
+
+  int next() {
+    const std::uint64_t digit = fShift < 64 ? fBits >> fShift : 0;
+    const std::uint64_t rest = fShift < 64 ? fBits - (digit << fShift) : fBits;
+    if (fShift <= EXACT) {
+      fBits = rest * 10;
+    } else {
+      multiply_rounding(rest);
+    }
+    return static_cast<int>(digit);
+  }
+
+ private:
+  static constexpr int EXACT = 60;  // ten times a rest of that many bits still fits
+
+  void multiply_rounding(std::uint64_t rest) {
+    const std::uint64_t low = rest * 10;
+    const std::uint64_t high = ((rest >> 32) * 10 + ((rest & 0xFFFFFFFF) * 10 >> 32)) >> 32;
+    fBits = low;
+    if (high == 0) return;
+    const int excess = std::bit_width(high);
+    fShift -= excess;
+    fBits = high << (64 - excess) | low >> excess;
+    const std::uint64_t dropped = low << (64 - excess), tie = std::uint64_t{1} << 63;
+    if (dropped < tie || (dropped == tie && fBits % 2 == 0)) return;
+    if (++fBits != 0) return;
+    fBits = tie;
+    --fShift;
+  }
+
+  std::uint64_t fBits;  // the number times 2 to the power of fShift
+  int fShift;           // 60 to 64
+};
+
+using Rest = std::conditional_t<LDBL_MANT_DIG == 64, ExtendedRest, AnyRest>;
+
 /// Drops the digit behind the last one, after it has decided whether to add 1 to those before it.
 void roundHalfUp(Digits& result, DigitMode mode) {
   if (result.digits[result.count] < '5') return;
@@ -73,16 +138,13 @@ Digits generateDigits(double value, std::int32_t ndigits, DigitMode mode) {
     return result;
   }
 
-  long double rest = std::fabs(value);
-  result.decpt = normalise(rest);
+  long double magnitude = std::fabs(value);
+  result.decpt = normalise(magnitude);
   if (mode == DigitMode::FIXED) result.count = std::clamp(result.count + result.decpt, 0, MOST_DIGITS);
   const std::int32_t computed = std::min(result.count + 1, REAL_DIGITS);
-  for (std::int32_t i = 0; i < computed; ++i) {
-    const int digit = static_cast<int>(rest);
-    result.digits[i] = static_cast<char>('0' + digit);
-    rest = (rest - digit) * 10;
-  }
-  std::fill(result.digits + computed, result.digits + std::max(computed, result.count + 1), '0');
+  Rest rest(magnitude);
+  for (std::int32_t i = 0; i < computed; ++i) result.digits[i] = static_cast<char>('0' + rest.next());
+  for (std::int32_t i = computed; i <= result.count; ++i) result.digits[i] = '0';
   roundHalfUp(result, mode);
   return result;
 }

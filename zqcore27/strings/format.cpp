@@ -25,7 +25,8 @@ void String::build(const char* format, ...) {
     throw;
   }
   va_end(args);
-  built.terminate();
+  // The text holds no zero unit; only where the count ran ahead of it do zeros stand at its end.
+  if (built.fLength != 0 && built[built.fLength - 1] == 0) built.terminate();
   *this = std::move(built);
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstdarg>
 #include <cstdint>
+#include <type_traits>
 
 inline namespace zqcore27 {
 
@@ -21,13 +22,13 @@ inline constexpr std::int32_t FMT_SHORT = 0x800;     // h
 inline constexpr std::int32_t FMT_G = 0x1000;        // %g, %G
 inline constexpr std::int32_t FMT_NARROW = 0x4000;   // the content is 8-bit text
 
-/// The variable arguments of one call, taken one after the other by their type.
+/// The variable arguments of one call, taken one after the other by their type. It walks the list that it is given,
+/// which the function that started it still has to end.
 class FormatArguments {
  public:
-  explicit FormatArguments(std::va_list list) { va_copy(fList, list); }
+  explicit FormatArguments(std::va_list list) : fList(list) {}
   FormatArguments(const FormatArguments&) = delete;
   FormatArguments& operator=(const FormatArguments&) = delete;
-  ~FormatArguments() { va_end(fList); }
 
   template <class T>
   T next() {
@@ -35,7 +36,7 @@ class FormatArguments {
   }
 
  private:
-  std::va_list fList;
+  std::decay_t<std::va_list> fList;  // as a parameter: where the list is an array, a pointer to it
 };
 
 /// One directive, as read.

@@ -1,8 +1,8 @@
 // What a build puts out: literal text, and the fields of the directives.
 
 #include <algorithm>
-#include <cassert>
 #include <iterator>
+#include <limits>
 
 #include "zqcore27/errors/mem_error.h"
 #include "zqcore27/strings/format_state.h"
@@ -10,20 +10,29 @@
 
 inline namespace zqcore27 {
 
+namespace {
+
+bool isAscii(char c) { return static_cast<signed char>(c) > 0; }
+
+}  // namespace
+
+std::uint16_t* String::format_state::append(std::uint32_t n) {
+  if (n >= text.capacity() - text.fLength) text.make_room(text.fLength + n);
+  std::uint16_t* const place = text.data() + text.fLength;
+  text.fLength += n;
+  place[n] = 0;
+  return place;
+}
+
 const char* String::format_state::literal(const char* format) {
   const char* end = format;
   while (*end != 0 && *end != '%') ++end;
   if (end == format) return end;
-  if (static_cast<std::size_t>(end - format) > 0x7FFFFFFF) throw MemError(MemError::TOO_LARGE, false);
-
-  const auto n = static_cast<std::uint32_t>(end - format);
-  text.make_room(text.fLength + n);
-  std::uint16_t* out = text.data() + text.fLength;
+  if (end - format > std::numeric_limits<std::int32_t>::max()) throw MemError(MemError::TOO_LARGE, false);
+  std::uint16_t* out = append(static_cast<std::uint32_t>(end - format));
+  advance(end - format);
   // Sign-extended: only ASCII has a meaning in a format.
   for (; format != end; ++format) *out++ = static_cast<std::uint16_t>(static_cast<signed char>(*format));
-  *out = 0;
-  text.fLength += n;
-  advance(n);
   return end;
 }
 
@@ -33,25 +42,19 @@ void String::format_state::field() {
   const bool left = directive.has(FMT_LEFT);
 
   advance(std::int64_t{prefixUnits} + len + std::max<std::int64_t>(pad, 0));
-  if (zeros) put(prefix, prefixUnits);
+  if (zeros) put_prefix();
   if (!left) fill(zeros ? '0' : ' ', pad);
-  if (!zeros) put(prefix, prefixUnits);
+  if (!zeros) put_prefix();
   text.fmt_append_data(directive.flags, wide, narrow, len);
   if (left) fill(' ', pad);
 }
 
-void String::format_state::put(const std::uint16_t* units, std::int32_t n) {
-  if (n != 0) text.append_data(units, static_cast<unsigned int>(n));
+void String::format_state::put_prefix() {
+  if (prefixUnits != 0) std::copy_n(prefix, prefixUnits, append(static_cast<std::uint32_t>(prefixUnits)));
 }
 
 void String::format_state::fill(char c, std::int64_t n) {
-  if (n <= 0) return;
-  const auto units = static_cast<std::uint32_t>(n);
-  text.make_room(text.fLength + units);
-  std::uint16_t* const out = text.data() + text.fLength;
-  std::fill_n(out, units, static_cast<std::uint16_t>(c));
-  text.fLength += units;
-  out[units] = 0;
+  if (n > 0) std::fill_n(append(static_cast<std::uint32_t>(n)), n, static_cast<std::uint16_t>(c));
 }
 
 void String::fmt_append_data(std::int32_t flags, const std::uint16_t* wide, const char* narrow, std::int32_t len) {
@@ -64,14 +67,12 @@ void String::fmt_append_data(std::int32_t flags, const std::uint16_t* wide, cons
   std::uint16_t run[256];
   for (const char* const end = narrow + len; narrow != end && *narrow != 0;) {
     unsigned int units = 0;
-    while (units < std::size(run) && narrow != end && *narrow != 0) {
-      if (static_cast<signed char>(*narrow) > 0) {
-        run[units++] = static_cast<std::uint16_t>(*narrow++);
-        continue;
+    for (; units < std::size(run) && narrow != end && *narrow != 0; ++units) {
+      if (isAscii(*narrow)) {
+        run[units] = static_cast<std::uint16_t>(*narrow++);
+      } else {
+        narrow += nat2uni(narrow, &run[units], static_cast<std::int32_t>(end - narrow));
       }
-      const std::int32_t bytes = nat2uni(narrow, &run[units++], static_cast<std::int32_t>(end - narrow));
-      assert(bytes > 0);
-      narrow += bytes;
     }
     append_data(run, units);
   }

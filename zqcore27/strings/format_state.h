@@ -11,7 +11,7 @@ inline namespace zqcore27 {
 
 /// Walks the format: literal text goes straight to the output; a directive is read, converted to a prefix and a
 /// content, and put out as a field.
-struct String::format_state {
+struct [[gnu::visibility("hidden")]] String::format_state {
   /// Where the digits of an integer end: 32 digits of radix 2 stand before it, a terminator on it.
   static constexpr std::int32_t DIGITS_END = 32;
   /// The most units of an integer's digits that a precision can ask for.
@@ -31,7 +31,7 @@ struct String::format_state {
   std::int32_t len = 0;                   // of the content: units, or bytes with FMT_NARROW
   std::uint16_t scratch[DIGITS_END + 1];  // where numbers are written
 
-  format_state(String& target, std::va_list list) : text(target), arguments(list) {}
+  format_state(String & target, std::va_list list) : text(target), arguments(list) {}
 
   /// Puts out the format up to the next percent sign or its end, and returns that place.
   const char* literal(const char* format);
@@ -58,8 +58,10 @@ struct String::format_state {
   std::int32_t text_limit() const;
 
   void field();
-  void put(const std::uint16_t* units, std::int32_t n);
+  void put_prefix();
   void fill(char c, std::int64_t n);
+  /// Appends `n` units and returns where to write them. Grows the block to an exact fit only when they have no room.
+  std::uint16_t* append(std::uint32_t n);
   void advance(std::int64_t n) { count = static_cast<std::int32_t>(static_cast<std::uint32_t>(count + n)); }
 };
 

@@ -29,7 +29,7 @@ inline unsigned int scanDigitValue(char c) {
 
 /// The text is read one character, the low byte of a unit, ahead. A look-ahead of 0 means that the text has ended; it
 /// is never given back, so that nothing behind it is read.
-struct String::scanf_state {
+struct [[gnu::visibility("hidden")]] String::scanf_state {
   /// How a directive ends.
   enum Outcome {
     GO_ON,        // with the next piece of the format

@@ -1,0 +1,165 @@
+#include "zqcore27/blocks/supa_block.h"
+
+#include <algorithm>
+#include <cassert>
+#include <new>
+#include <utility>
+
+#include "zqcore27/blocks/block_size.h"
+#include "zqcore27/blocks/supa_block_iterator.h"
+
+inline namespace zqcore27 {
+
+template class CallableClass<SupaBlockEvent>;
+
+SupaBlock::SupaBlock(Flags flags, const SupaBlockHints& hints) : fFlags(flags), fHints(hints) {
+  adjust_hints();
+  fIterators.reserve(4);
+  fSuperBlocks.reserve(20);
+}
+
+SupaBlock::~SupaBlock() {
+  fSuperBlocks.clear();
+  while (!fIterators.empty()) delete fIterators.back();  // each takes itself off the list
+}
+
+/// The steps are in order: the shift is held against fMaxBlocks as it was given.
+void SupaBlock::adjust_hints() {
+  SupaBlockHints& h = fHints;
+  if (h.fAvgBlockSize == 0) h.fAvgBlockSize = 16;
+  if (h.fDirShift > h.fMaxBlocks) h.fDirShift = 3;
+  h.fDirShift = std::min(h.fDirShift, 31u);
+  fDirMask = (1u << h.fDirShift) - 1;
+  if (h.fMinBlocks == 0) h.fMinBlocks = 50;
+  if (h.fMaxBlocks == 0) h.fMaxBlocks = 500;
+  if (h.fMaxBlocks < h.fMinBlocks) std::swap(h.fMaxBlocks, h.fMinBlocks);
+
+  if (h.fMaxBodySize == 0) {
+    // Cut at a value far above the largest body, so that the sums don't wrap.
+    const std::uint64_t blocks = std::min(std::uint64_t{h.fMaxBlocks} * h.fAvgBlockSize, std::uint64_t{1} << 33);
+    h.fMaxBodySize = static_cast<std::uint32_t>(std::min((blocks + blocks / 3 + 3) / 4 * 4, LARGEST_BODY));
+  } else if (const std::uint64_t fitting = h.fMaxBodySize / (std::uint64_t{h.fAvgBlockSize} + 4);
+             h.fMaxBlocks > fitting) {
+    h.fMinBlocks = std::max(static_cast<std::uint32_t>(fitting / 3), 1u);
+    h.fMaxBlocks = std::max(static_cast<std::uint32_t>(fitting / 3 * 2), 1u);
+  }
+
+  const std::uint32_t middle = ((h.fMaxBlocks - h.fMinBlocks) >> 1) + h.fMinBlocks;
+  fTargetBody = roundedUp(std::uint64_t{middle} * h.fAvgBlockSize);
+  if (fTargetBody > h.fMaxBodySize) fTargetBody = roundedUp(h.fMaxBodySize);
+}
+
+bool SupaBlock::get(std::int32_t idx, SupaBlockDatum* datum) {
+  if (datum == nullptr) return false;
+  SupaBlockHeader* sb = get_SB_for_idx(idx);
+  if (sb == nullptr) return false;
+  datum->fData = getBlockData(get_block_hdr(sb, idx), &datum->fSize);
+  return true;
+}
+
+unsigned char* SupaBlock::getBlock(std::int32_t idx) {
+  SupaBlockHeader* sb = get_SB_for_idx(idx);
+  return sb == nullptr ? nullptr : get_block_hdr(sb, idx);
+}
+
+/// The superblock of `idx`, or null behind the end. For a negative index the search by halves gives the first
+/// superblock, which doesn't hold it: get_block_hdr tells.
+SupaBlockHeader* SupaBlock::get_SB_for_idx(std::int32_t idx) {
+  if (fLastSB != nullptr && fLastSB->holds(idx)) return fLastSB;
+  if ((fFlags & SB_LINEAR) != 0) return fLastSB = linear_idx_search(idx);
+  const std::size_t at = position_at_or_behind(idx);
+  return at == fSuperBlocks.size() ? nullptr : fSuperBlocks[at].get();
+}
+
+SupaBlockHeader* SupaBlock::linear_idx_search(std::int32_t idx) {
+  for (const auto& sb : fSuperBlocks) {
+    if (sb->fFirst > idx) return nullptr;
+    if (sb->fLast >= idx) return sb.get();
+  }
+  return nullptr;
+}
+
+/// Position of the first superblock that ends at `idx` or behind it; the number of superblocks if none does. Emptied
+/// superblocks end where the one before them does, and are passed over.
+std::size_t SupaBlock::position_at_or_behind(std::int32_t idx) const {
+  const auto* first = fSuperBlocks.data();
+  std::size_t count = fSuperBlocks.size();
+  while (count > 0) {
+    const std::size_t half = count / 2;
+    const bool below = first[half]->fLast < idx;
+    first = below ? first + half + 1 : first;
+    count = below ? count - half - 1 : half;
+  }
+  return static_cast<std::size_t>(first - fSuperBlocks.data());
+}
+
+/// Requires: `sb` is in the list and holds a block.
+std::size_t SupaBlock::position_of(const SupaBlockHeader& sb) const {
+  const std::size_t at = position_at_or_behind(sb.fLast);
+  assert(at < fSuperBlocks.size() && fSuperBlocks[at].get() == &sb);
+  return at;
+}
+
+/// The handle of block `idx`, or null if `sb` doesn't hold it.
+unsigned char* SupaBlock::get_block_hdr(SupaBlockHeader* sb, std::int32_t idx) {
+  if (!sb->holds(idx) || sb == fUnsettled) return nullptr;
+  if (sb->fDirectory != nullptr) return block_hdr_dir(sb, idx);
+  unsigned char* h = *sb->fBody;
+  for (std::int32_t i = sb->fFirst; i < idx; ++i) h = next_block_from_hdr(h);
+  return h;
+}
+
+/// The same through the directory, which is extended as far as the walk goes. Requires: `sb` holds `idx`.
+unsigned char* SupaBlock::block_hdr_dir(SupaBlockHeader* sb, std::int32_t idx) {
+  std::vector<std::uint32_t>& directory = *sb->fDirectory;
+  unsigned char* body = *sb->fBody;
+  const std::int32_t target = sb->DIRIDX_ADJ(idx);
+  const auto remember = [&directory](std::uint32_t offset) noexcept {
+    try {
+      directory.push_back(offset);
+    } catch (const std::bad_alloc&) {
+      // The directory stays a shorter prefix, and look-ups walk further.
+    }
+  };
+  if (directory.empty()) remember(0);
+
+  std::int32_t at = 0;
+  std::uint32_t offset = 0;
+  if (!directory.empty()) {
+    at = std::min(NEAR_DIR_IDX(target), static_cast<std::int32_t>(directory.size() - 1) << fHints.fDirShift);
+    offset = directory[static_cast<std::uint32_t>(at) >> fHints.fDirShift];
+  }
+  unsigned char* h = body + offset;
+  while (at < target) {
+    h = next_block_from_hdr(h);
+    ++at;
+    const auto position = static_cast<std::uint32_t>(at);
+    if ((position & fDirMask) == 0 && position >> fHints.fDirShift == directory.size()) {
+      remember(static_cast<std::uint32_t>(h - body));
+    }
+  }
+  return h;
+}
+
+/// With a null `sb` the superblock is looked up; 0 if there is none, SB_NO_SIZE if it doesn't hold the block.
+unsigned int SupaBlock::block_size(SupaBlockHeader* sb, std::int32_t idx) {
+  if (sb == nullptr) sb = get_SB_for_idx(idx);
+  return sb == nullptr ? 0 : get_block_size_from_hdr(get_block_hdr(sb, idx));
+}
+
+/// The same look-up; null if anything is missing or the block is empty.
+unsigned char* SupaBlock::block_data(SupaBlockHeader* sb, std::int32_t idx) {
+  if (sb == nullptr) sb = get_SB_for_idx(idx);
+  return sb == nullptr ? nullptr : get_block_data_from_hdr(get_block_hdr(sb, idx));
+}
+
+/// The blocks from `idx` to the end of its superblock, for passes over many blocks without a look-up for each. Both
+/// ends are null if no block has the index.
+SupaBlock::BlockSpan SupaBlock::blocks_from(std::int32_t idx) {
+  SupaBlockHeader* sb = get_SB_for_idx(idx);
+  unsigned char* h = sb == nullptr ? nullptr : get_block_hdr(sb, idx);
+  if (h == nullptr) return {nullptr, nullptr, idx - 1};
+  return {h, *sb->fBody + sb->fUsed, sb->fLast};
+}
+
+}  // namespace zqcore27
