@@ -10,7 +10,10 @@ inline namespace zqcore27 {
 
 Bitmap::Bitmap(unsigned int size) : Bitmap(size, false) {}
 
-Bitmap::Bitmap(unsigned int size, bool value) : fBits(alloc_from_size_in_bits(size)) { fill(value ? 0xFF : 0); }
+Bitmap::Bitmap(unsigned int size, bool value) {
+  fBits = alloc_from_size_in_bits(size);
+  fill(value ? 0xFF : 0);
+}
 
 Bitmap::Bitmap(const String& text) : Bitmap(static_cast<unsigned int>(text.units().size())) {
   unsigned int i = 0;
@@ -20,7 +23,8 @@ Bitmap::Bitmap(const String& text) : Bitmap(static_cast<unsigned int>(text.units
   }
 }
 
-Bitmap::Bitmap(const Bitmap& other) : fBits(alloc_from_size_in_bits(other.fSizeInBits)) {
+Bitmap::Bitmap(const Bitmap& other) {
+  fBits = alloc_from_size_in_bits(other.fSizeInBits);
   MemAllocator::copy(fBits, other.fBits, fSizeInWords * 4);
 }
 

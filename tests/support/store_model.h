@@ -1,0 +1,180 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "zqcore27/blocks/supa_block.h"
+#include "zqcore27/blocks/supa_block_error.h"
+#include "zqcore27/blocks/supa_block_iterator.h"
+
+inline namespace zqcore27 {
+
+/// Looks behind the interface of a store, without look-ups that would change it.
+class SupaBlockInspector {
+ public:
+  static const SupaBlockHints& hints(const SupaBlock& s) { return s.fHints; }
+  static std::uint32_t directoryMask(const SupaBlock& s) { return s.fDirMask; }
+  static std::uint32_t targetBody(const SupaBlock& s) { return s.fTargetBody; }
+  static const auto& superBlocks(const SupaBlock& s) { return s.fSuperBlocks; }
+  static const SupaBlockHeader* lastHit(const SupaBlock& s) { return s.fLastSB; }
+  static std::size_t iterators(const SupaBlock& s) { return s.fIterators.size(); }
+  static std::int32_t index(const SupaBlockIterator& it) { return it.fIndex; }
+  static const unsigned char* handle(const SupaBlockIterator& it) { return it.fHeader; }
+  static const SupaBlockHeader* superBlock(const SupaBlockIterator& it) { return it.fSuperBlock; }
+
+  static std::uint32_t sizeAt(const unsigned char* h) {
+    std::uint32_t size;
+    std::memcpy(&size, h, 4);
+    return size;
+  }
+  static const SupaBlockHeader* holder(const SupaBlock& s, std::int32_t idx) {
+    for (const auto& sb : s.fSuperBlocks) {
+      if (sb->holds(idx)) return sb.get();
+    }
+    return nullptr;
+  }
+
+  /// All handles in the order of the index, by a walk of the bodies. Throws a text at the first broken invariant.
+  static std::vector<const unsigned char*> handles(const SupaBlock& s) {
+    std::vector<const unsigned char*> all;
+    std::int32_t next = 0;
+    for (const auto& sb : s.fSuperBlocks) {
+      require(sb->fFirst == next && sb->fLast >= next - 1, "ranges are dense");
+      check_body(s, *sb, all);
+      next = sb->fLast + 1;
+    }
+    require(s.getSize() == next, "the size is one above the last index");
+    const bool linear = (s.fFlags & SupaBlock::SB_LINEAR) != 0;
+    require(s.fLastSB == nullptr || (linear && listed(s, s.fLastSB)), "the last hit is a superblock of a linear store");
+    for (const SupaBlockIterator* it : s.fIterators) check_iterator(s, *it, all);
+    return all;
+  }
+
+ private:
+  static void require(bool holds, const char* what) {
+    if (!holds) throw std::string("broken: ") + what;
+  }
+  static bool listed(const SupaBlock& s, const SupaBlockHeader* sb) {
+    return std::ranges::any_of(s.fSuperBlocks, [sb](const auto& one) { return one.get() == sb; });
+  }
+  static void check_body(const SupaBlock& s, const SupaBlockHeader& sb, std::vector<const unsigned char*>& all) {
+    const unsigned char* body = *sb.fBody;
+    require(sb.fUsed <= sb.get_body_size(), "used bytes fit the body");
+    const std::uint32_t tail = sb.get_unused_body_size();
+    require(tail == 0 || (body[sb.fUsed] == 0 && std::memcmp(body + sb.fUsed, body + sb.fUsed + 1, tail - 1) == 0),
+            "the tail of a body is zero");
+    std::vector<std::uint32_t> offsets;
+    std::uint32_t at = 0;
+    for (std::int32_t i = sb.fFirst; i <= sb.fLast; ++i) {
+      require(at + 4 <= sb.fUsed && sizeAt(body + at) % 4 == 0 && sizeAt(body + at) <= sb.fUsed - at - 4,
+              "a block lies in the used bytes");
+      offsets.push_back(at);
+      all.push_back(body + at);
+      at += 4 + sizeAt(body + at);
+    }
+    require(at == sb.fUsed, "a walk ends at the used bytes");
+    require((sb.fDirectory != nullptr) == ((s.fFlags & SupaBlock::SB_DIRECTORY) != 0), "directories as the flags say");
+    if (sb.fDirectory == nullptr) return;
+    for (std::size_t k = 0; k < sb.fDirectory->size(); ++k) {
+      const std::size_t position = k << s.fHints.fDirShift;
+      // Entry 0 is 0 even for a superblock that has lost all its blocks.
+      require(position < offsets.size() ? (*sb.fDirectory)[k] == offsets[position]
+                                        : position == 0 && (*sb.fDirectory)[0] == 0,
+              "a directory entry names its block");
+    }
+  }
+  static void check_iterator(const SupaBlock& s, const SupaBlockIterator& it,
+                             const std::vector<const unsigned char*>& all) {
+    require(it.fSuperBlock == nullptr || listed(s, it.fSuperBlock), "an iterator's superblock exists");
+    if (it.fHeader == nullptr) return;
+    require(it.fSuperBlock != nullptr && it.fSuperBlock->holds(it.fIndex), "an iterator's superblock holds its index");
+    require(it.fHeader == all[static_cast<std::size_t>(it.fIndex)], "an iterator's handle is that of its index");
+  }
+};
+
+}  // namespace zqcore27
+
+inline unsigned int roundedSize(std::size_t n) { return static_cast<unsigned int>((n + 3) / 4 * 4); }
+
+inline SupaBlockHints hintsOf(std::uint32_t maxBody, std::uint32_t average, std::uint32_t min, std::uint32_t max,
+                              std::uint32_t shift) {
+  SupaBlockHints h;
+  h.fMaxBodySize = maxBody;
+  h.fAvgBlockSize = average;
+  h.fMinBlocks = min;
+  h.fMaxBlocks = max;
+  h.fDirShift = shift;
+  return h;
+}
+
+inline const unsigned char* bytesOf(std::string_view text) {
+  return reinterpret_cast<const unsigned char*>(text.data());
+}
+inline bool insertText(SupaBlock& s, std::int32_t idx, std::string_view text) {
+  return s.insert(idx, bytesOf(text), static_cast<unsigned int>(text.size()));
+}
+inline bool replaceText(SupaBlock& s, std::int32_t idx, std::string_view text) {
+  return s.replace(idx, bytesOf(text), static_cast<unsigned int>(text.size()));
+}
+/// The whole block, padding included; "<none>" where there is none.
+inline std::string textAt(SupaBlock& s, std::int32_t idx) {
+  SupaBlockDatum d;
+  if (!s.get(idx, &d) || d.fSize == SupaBlock::SB_NO_SIZE) return "<none>";
+  return d.fSize == 0 ? std::string() : std::string(reinterpret_cast<const char*>(d.fData), d.fSize);
+}
+
+/// The code of the SupaBlockError that `f` raises; 0 if it raises none.
+template <class F>
+std::uint32_t storeErrorOf(F f) {
+  try {
+    f();
+  } catch (const SupaBlockError& e) {
+    EXPECT_FALSE(e.fatal());
+    return e.code();
+  }
+  return 0;
+}
+
+/// Remembers handles as a host would, and forgets or renumbers them only as the events say: a handle that is left must
+/// be right. Records the events of the present operation.
+class HandleCache : public CallableClass<SupaBlockEvent> {
+ public:
+  bool call(const SupaBlockEvent& event) override {
+    events.push_back(event);
+    const auto at = static_cast<std::size_t>(event.fIndex);
+    if (event.fKind == SupaBlockEvent::SB_EVENT_IMPACT) {
+      const std::size_t end = std::min(handles.size(), static_cast<std::size_t>(event.fLastIndex) + 1);
+      if (at < end)
+        std::fill(handles.begin() + event.fIndex, handles.begin() + static_cast<std::ptrdiff_t>(end), nullptr);
+    } else if (event.fKind == SupaBlockEvent::SB_EVENT_INSERT) {
+      if (at < handles.size()) handles.insert(handles.begin() + event.fIndex, nullptr);
+    } else if (at < handles.size()) {
+      handles.erase(handles.begin() + event.fIndex);
+    }
+    return true;
+  }
+  void remember(std::int32_t idx, const unsigned char* handle) {
+    if (static_cast<std::size_t>(idx) >= handles.size()) handles.resize(static_cast<std::size_t>(idx) + 1);
+    handles[static_cast<std::size_t>(idx)] = handle;
+  }
+
+  std::vector<const unsigned char*> handles;  // by index; null where none is known
+  std::vector<SupaBlockEvent> events;
+};
+
+/// Operations to make in each combination of a model test: a short run, or what the environment asks for.
+inline int modelSteps(int shortRun) {
+  const char* steps = std::getenv("ZQCORE27_MODEL_STEPS");
+  return steps != nullptr ? std::atoi(steps) : shortRun;
+}
+inline std::uint32_t modelSeed() {
+  const char* seed = std::getenv("ZQCORE27_MODEL_SEED");
+  return seed != nullptr ? static_cast<std::uint32_t>(std::strtoul(seed, nullptr, 10)) : 20270527;
+}
