@@ -28,7 +28,7 @@ std::uint32_t checkedLength(std::size_t n) {
 /// The number of leading bytes below 0x80 and not zero.
 std::uint32_t asciiRun(const char* s, std::uint32_t n) {
   std::uint32_t i = 0;
-  while (i < n && s[i] > 0) ++i;
+  while (i < n && static_cast<signed char>(s[i]) > 0) ++i;
   return i;
 }
 
