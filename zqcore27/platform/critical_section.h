@@ -3,8 +3,6 @@
 #include <atomic>
 #include <cstdint>
 
-#include "zqcore27/platform/export.h"
-
 inline namespace zqcore27 {
 
 /// The platform's re-entrant lock, the base of OrlanMutex and of the thread layer's monitors. Hosts use those.
@@ -16,7 +14,7 @@ inline namespace zqcore27 {
 /// Requires: unlock by the owner only; nobody owns it or waits when it is destroyed. The thread that unlocks it touches
 /// it no more once another thread can have it, so that the next owner may destroy it.
 /// Threads: any.
-class ZQCORE27_EXPORT CriticalSection {
+class CriticalSection {
  public:
   constexpr CriticalSection() = default;
   CriticalSection(const CriticalSection&) = delete;

@@ -209,8 +209,8 @@ class ZQCORE27_EXPORT ZQCORE27_CAPABILITY("mutex") JTCRecursiveMutex {
   JTCRecursiveMutex() = default;
   JTCRecursiveMutex(const JTCRecursiveMutex&) = delete;
   JTCRecursiveMutex& operator=(const JTCRecursiveMutex&) = delete;
-  void lock() const ZQCORE27_ACQUIRE() { fSection.lock(); }
-  void unlock() const ZQCORE27_RELEASE() { fSection.unlock(); }
+  void lock() const ZQCORE27_ACQUIRE();
+  void unlock() const ZQCORE27_RELEASE();
 
  private:
   mutable CriticalSection fSection;

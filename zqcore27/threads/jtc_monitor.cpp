@@ -82,5 +82,9 @@ void JTCMonitor::unlink(Waiter& waiter) {
   waiter.listed = false;
 }
 
+void JTCRecursiveMutex::lock() const { fSection.lock(); }
+
+void JTCRecursiveMutex::unlock() const { fSection.unlock(); }
+
 }  // namespace Thr1001203
 }  // namespace zqcore27

@@ -6,42 +6,6 @@ ReadWriteLock::ReadWriteLock() : fCondition(new OrlanCondition(&fMutex)) {}
 
 ReadWriteLock::~ReadWriteLock() { delete fCondition; }
 
-void ReadWriteLock::read_lock() { enter(WRITING, 1); }
-
-void ReadWriteLock::write_lock() { enter(READERS | WRITING, WRITING); }
-
-void ReadWriteLock::read_unlock() {
-  std::uint64_t state = fState.load(std::memory_order_relaxed);
-  while ((state & READERS) != 0) {
-    if ((state & READERS) == 1 && (state & WAITERS) != 0) return leave_to_writer();
-    if (change(state, state - 1)) return;
-  }
-}
-
-void ReadWriteLock::write_unlock() {
-  std::uint64_t state = fState.load(std::memory_order_relaxed);
-  while ((state & WAITERS) == 0) {
-    if (change(state, state & ~WRITING)) return;
-  }
-  const OrlanSynchronized hold(fMutex);
-  fState.fetch_and(~WRITING, std::memory_order_acq_rel);
-  fCondition->broadcast();
-}
-
-/// Tries to change fState from `state`; on failure `state` is what it holds now.
-bool ReadWriteLock::change(std::uint64_t& state, std::uint64_t to) {
-  return fState.compare_exchange_weak(state, to, std::memory_order_acq_rel, std::memory_order_relaxed);
-}
-
-/// Adds `added` to fState as soon as none of `blockers` is set.
-void ReadWriteLock::enter(std::uint64_t blockers, std::uint64_t added) {
-  std::uint64_t state = fState.load(std::memory_order_relaxed);
-  while ((state & blockers) == 0) {
-    if (change(state, state + added)) return;
-  }
-  wait_behind(blockers, added);
-}
-
 void ReadWriteLock::wait_behind(std::uint64_t blockers, std::uint64_t added) {
   const OrlanSynchronized hold(fMutex);
   ++fWaiting;
@@ -67,6 +31,13 @@ void ReadWriteLock::leave_to_writer() {
     if ((state & READERS) == 1) fCondition->signal();
     return;
   }
+}
+
+/// The writer leaves. All are woken and compete.
+void ReadWriteLock::leave_to_all() {
+  const OrlanSynchronized hold(fMutex);
+  fState.fetch_and(~WRITING, std::memory_order_acq_rel);
+  fCondition->broadcast();
 }
 
 }  // namespace zqcore27

@@ -26,11 +26,23 @@ class ZQCORE27_EXPORT ReadWriteLock {
   ReadWriteLock& operator=(const ReadWriteLock&) = delete;
   ~ReadWriteLock();
 
-  void read_lock();
+  void read_lock() { enter(WRITING, 1); }
   /// With no read lock held, nothing happens.
-  void read_unlock();
-  void write_lock();
-  void write_unlock();
+  void read_unlock() {
+    std::uint64_t state = fState.load(std::memory_order_relaxed);
+    while ((state & READERS) != 0) {
+      if ((state & READERS) == 1 && (state & WAITERS) != 0) return leave_to_writer();
+      if (change(state, state - 1)) return;
+    }
+  }
+  void write_lock() { enter(READERS | WRITING, WRITING); }
+  void write_unlock() {
+    std::uint64_t state = fState.load(std::memory_order_relaxed);
+    while ((state & WAITERS) == 0) {
+      if (change(state, state & ~WRITING)) return;
+    }
+    leave_to_all();
+  }
   /// True while some thread, not always the caller, holds the write lock. Takes no lock: the answer may be old.
   bool hasWriteLock() const { return (fState.load(std::memory_order_relaxed) & WRITING) != 0; }
 
@@ -40,10 +52,21 @@ class ZQCORE27_EXPORT ReadWriteLock {
   static constexpr std::uint64_t WRITING = std::uint64_t{1} << 32;  // the write lock is held
   static constexpr std::uint64_t WAITERS = std::uint64_t{1} << 33;  // fWaiting isn't 0
 
-  bool change(std::uint64_t& state, std::uint64_t to);
-  void enter(std::uint64_t blockers, std::uint64_t added);
+  /// Tries to change fState from `state`; on failure `state` is what it holds now.
+  bool change(std::uint64_t& state, std::uint64_t to) {
+    return fState.compare_exchange_weak(state, to, std::memory_order_acq_rel, std::memory_order_relaxed);
+  }
+  /// Adds `added` to fState as soon as none of `blockers` is set.
+  void enter(std::uint64_t blockers, std::uint64_t added) {
+    std::uint64_t state = fState.load(std::memory_order_relaxed);
+    while ((state & blockers) == 0) {
+      if (change(state, state + added)) return;
+    }
+    wait_behind(blockers, added);
+  }
   void wait_behind(std::uint64_t blockers, std::uint64_t added);
   void leave_to_writer();
+  void leave_to_all();
 
   OrlanMutex fMutex;           // guards fWaiting and each change of fState to or from WAITERS
   OrlanCondition* fCondition;  // owned, on fMutex and deleted before it; readers and writers wait here
