@@ -38,20 +38,26 @@ std::string shown(const std::uint16_t* text) {
   return nativeText(out);
 }
 
-/// The text, or null where the catalogue has none. What else is wrong with the catalogue is raised.
-const std::uint16_t* textOf(Words& words, std::uint32_t handle) {
+/// What a catalogue answers.
+struct Answer {
+  const std::uint16_t* text;  // null where it has none
+  bool outside;               // the handle lies below its first or above its last
+};
+
+/// What else is wrong with the catalogue is raised.
+Answer ask(Words& words, std::uint32_t handle) {
   try {
     const std::uint16_t* text = words.catalogue().get(handle);
-    return text != nullptr && *text != 0 ? text : nullptr;
+    return {text != nullptr && *text != 0 ? text : nullptr, false};
   } catch (const CStrError& e) {
     if (e.code() == CStrError::CSTR_ERR_NO_FILE) throw;
-    return nullptr;
+    return {nullptr, e.code() == CStrError::CSTR_ERR_OUT_OF_RANGE};
   }
 }
 
 int explain(std::uint32_t code, const std::vector<std::string>& inserts, const std::string& language) {
   Words words(language);
-  const std::uint16_t* text = textOf(words, code);
+  const std::uint16_t* text = ask(words, code).text;
   if (text == nullptr) {
     std::cerr << "zqtool: there is no text for " << handleName(code) << '\n';
     return EXIT_ERRORS;
@@ -64,9 +70,12 @@ int explain(std::uint32_t code, const std::vector<std::string>& inserts, const s
 
 int list(const std::string& language) {
   Words words(language);
+  bool found = false;
   for (std::uint32_t handle = FIRST_OWN_HANDLE; handle <= LAST_OWN_HANDLE; ++handle) {
-    if (const std::uint16_t* text = textOf(words, handle))
-      std::cout << handleName(handle) << ' ' << shown(text) << '\n';
+    const Answer answer = ask(words, handle);
+    if (answer.text != nullptr) std::cout << handleName(handle) << ' ' << shown(answer.text) << '\n';
+    found = found || answer.text != nullptr;
+    if (found && answer.outside) break;  // that was the last one
   }
   return EXIT_GOOD;
 }

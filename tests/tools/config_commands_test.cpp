@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <regex>
+#include <algorithm>
 #include <set>
 
 #include "tests/tools/zqtool_process.h"
@@ -123,6 +123,10 @@ TEST(ConfigTokensTest, PrintsOneTokenALine) {
   EXPECT_TRUE(outcome.out.ends_with("\tend\t<EOF>\n")) << outcome.out;
 }
 
+bool isArmour(const std::string& line) {
+  return line[0] == 'z' && std::all_of(line.begin() + 1, line.end(), [](char c) { return c >= 0x30 && c <= 0x6F; });
+}
+
 TEST(ScrambleTest, GivesTheTextBack) {
   static const struct {
     int line;
@@ -141,8 +145,7 @@ TEST(ScrambleTest, GivesTheTextBack) {
     const Outcome scrambled = runZqtool(scratch, {"scramble", "-"}, row.text);
     EXPECT_EQ(scrambled.status, 0) << scrambled.err;
     for (const std::string& line : linesOf(scrambled.out)) {
-      EXPECT_TRUE(line.empty() || line[0] == '#' || std::regex_match(line.substr(0, 200), std::regex("z[0-o]+")))
-          << line;
+      EXPECT_TRUE(line.empty() || line[0] == '#' || isArmour(line)) << line;
     }
     EXPECT_EQ(linesOf(scrambled.out).size(), linesOf(row.text).size());
     EXPECT_EQ(runZqtool(scratch, {"unscramble", "-"}, scrambled.out).out, row.text);
