@@ -118,7 +118,7 @@ inline std::string codeName(const Error& e) {
 /// Every token up to the end of the text, statements closed, errors with what was read of the token.
 inline std::string allTokens(Config& config) {
   std::string out;
-  for (int budget = 100000; budget != 0; --budget) {
+  for (int budget = 300000; budget != 0; --budget) {
     try {
       const Config::TokenType t = config.nextToken();
       out += (out.empty() ? "" : " ") + tokenName(config, t);
