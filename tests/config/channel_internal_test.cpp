@@ -123,6 +123,15 @@ TEST(FileChannelTest, AByteOfOneEndsItForGood) {
   EXPECT_THROW(channel.putC('a'), ConfigError);
 }
 
+TEST(FileChannelTest, TheEndStaysWhenItIsTaken) {
+  for (const char* text : {"a", "a\x1Az"}) {
+    const BytesFile file(text);
+    ConfigDataChannelIFile channel(file.locator());
+    EXPECT_EQ(channel.getC(), 'a');
+    for (int i = 0; i != 3; ++i) EXPECT_EQ(channel.getC(), END);
+  }
+}
+
 TEST(StreamChannelTest, BytesAreSignExtendedAndAZeroByteIsTheEnd) {
   std::istringstream stream(std::string("a\xE9\0b", 4));
   ConfigDataChannelIStream channel(stream);
@@ -151,10 +160,13 @@ TEST(StringChannelTest, EndsAtTheTerminatorAndAppends) {
 }
 
 TEST(DecryptChannelTest, LinesAreLedInByALineFeed) {
+  std::string padded = armoured("abcd");
+  padded.replace(padded.size() - 2, 2, "11");  // the two bytes behind the text aren't zero then
   const struct {
     int line;
     std::string source, text;
   } rows[] = {
+      {__LINE__, padded, "\nabcd\n"},
       {__LINE__, "", "\n"},
       {__LINE__, "\n\r\n\n", "\n"},
       {__LINE__, "plain\nz0\n\nmore", "\nplain\nz0\nmore\n"},

@@ -100,6 +100,7 @@ TEST(ConfigTokenTest, HashSyntaxOfFiles) {
       {__LINE__, DEFAULT, "\"\\x\nb\n", "!10c() K(b) <EOS> <EOF>"},  // the line end was the digit
       {__LINE__, DEFAULT, "\"\\\n", "!109(\\) <EOS> <EOF>"},
       {__LINE__, DEFAULT, "\"\\\"\n", "!109(\") <EOS> <EOF>"},
+      {__LINE__, DEFAULT, "\"\\x", "!10c() <EOF>"},  // and here the end of the text
       {__LINE__, DEFAULT, "'a\\n' a\\b\n", "K('a\\n') K(a\\b) <EOS> <EOF>"},
   };
   for (const Row& row : ROWS) {
