@@ -1,8 +1,7 @@
-// A small server reads its settings: config_host FILE
-// The file may be scrambled; a plain one begins with a comment.
+// A small server reads its settings: config_host FILE. A file that doesn't begin with a comment is a scrambled one.
 
 #include <iostream>
-#include <string>
+#include <utility>
 #include <vector>
 
 #include "zqcore27/zqcore27.h"
@@ -15,8 +14,7 @@ struct Route {
 
 struct Settings {
   String server, greeting, logLevel, logFile;
-  std::int32_t workers = 1, backlog = 16, offset = 0, logKeep = 7;
-  std::int32_t limitBody = 0, limitRate = 0;
+  std::int32_t workers = 1, backlog = 16, offset = 0, logKeep = 7, limitBody = 0, limitRate = 0;
   double timeout = 10, limitFailures = 1;
   bool tls = false, maintenance = false;
   std::vector<std::int32_t> ports;
@@ -98,16 +96,24 @@ static void print(const Settings& s) {
   std::cout << "maintenance " << (s.maintenance ? "on" : "off") << "\n";
 }
 
-int main(int argc, char** argv) try {
+int main(int argc, char** argv) {
   gCore->fStringDirectory = ZQCORE27_CATALOGUE_DIR;  // where the words of errors are
-  Config config{FileLocator(String(argc > 1 ? argv[1] : "server.conf"))};
-  config.enableDecryption(0, true);
-  config.setUTF8(true);
-  Settings settings;
-  while (config.nextToken() != Config::EOF_TOKEN) readStatement(config, settings);
-  print(settings);
-} catch (const Error& e) {
   CStrEnterprise words(nullptr, String(), nullptr);  // in the user's language
-  std::cerr << String(e.description(&words)) << "\n";
-  return 1;
+  const String file(argc > 1 ? argv[1] : "server.conf");
+  try {
+    Config config{FileLocator(file)};
+    config.enableDecryption(0, true);
+    config.setUTF8(true);
+    Settings settings;
+    try {
+      while (config.nextToken() != Config::EOF_TOKEN) readStatement(config, settings);
+    } catch (const Error&) {
+      std::cerr << file << ":" << config.tokenLine() << ": ";
+      throw;
+    }
+    print(settings);
+  } catch (const Error& e) {
+    std::cerr << String(e.description(&words)) << "\n";
+    return 1;
+  }
 }

@@ -188,7 +188,9 @@ void addCatalogueCommands(CLI::App& app, int& status) {
   const auto o = std::make_shared<Options>();
 
   auto* c = catalogue->add_subcommand("compile", "Compile a PO file into a catalogue file");
-  c->add_option("FILE", o->file, "The PO file: msgctxt holds the handle, as 0xC2000109, msgstr the text")->required();
+  c->add_option("FILE", o->file,
+                "The PO file: msgctxt holds the handle, as 0xC2000109, msgstr the text; - is standard input")
+      ->required();
   c->add_option("-o,--output", o->out, "The catalogue file, such as strings_200__de.cst; - is standard output")
       ->required();
   c->add_option("--english", o->english, "The English PO file to hold the texts against");

@@ -144,6 +144,12 @@ std::string quoted(std::string_view s) {
 
 PoFile readPoFile(const std::string& path) {
   PoFile file;
+  if (path == "-") {  // it is read twice
+    const InputCopy input;
+    if (input.fault().empty()) return readPoFile(input.path());
+    file.faults.push_back({0, input.fault()});
+    return file;
+  }
   const FileBytes bytes = readFile(path);
   if (!bytes.fault.empty()) {
     file.faults.push_back({0, bytes.fault});

@@ -30,8 +30,8 @@ struct PoFile {
   std::vector<PoRemark> warnings;
 };
 
-/// Reads a PO file of texts with handles. Whatever is wrong is told in `faults`, with its line. Obsolete entries are
-/// passed over. Not for several threads at once: the parser below has state of its own.
+/// Reads a PO file of texts with handles; "-" is standard input. Whatever is wrong is told in `faults`, with its line.
+/// Obsolete entries are passed over. Not for several threads at once: the parser below has state of its own.
 PoFile readPoFile(const std::string& path);
 
 /// One entry to be written: msgctxt, msgid, msgstr.

@@ -169,6 +169,10 @@ TEST(ScrambleTest, HostsReadTheSameSettings) {
   EXPECT_EQ(runZqtool(scratch, {"config", "check", "s", "--key", "1", "--utf8"}).out, "");
   const Outcome tokens = runZqtool(scratch, {"config", "tokens", "s", "--key", "1", "--utf8"});
   EXPECT_EQ(linesOf(tokens.out).size(), linesOf(runZqtool(scratch, {"config", "tokens", file, "--utf8"}).out).size());
+  scratch.write("wrong", "! note\nserver \"a\"\n\nworkers many\n");
+  const Outcome wrong = runProgram(scratch, CONFIG_HOST, {"wrong"}, {}, "LC_ALL=de_DE.UTF-8");
+  EXPECT_EQ(wrong.status, 1);
+  EXPECT_TRUE(wrong.err.starts_with("wrong:4: Hier wird eine ganze Zahl erwartet.")) << wrong.err;
   // A mistake in a scrambled file is shown in readable form.
   scratch.write("b", "a 1\nb \"oh\n");
   runZqtool(scratch, {"scramble", "b", "-o", "b"});
