@@ -7,6 +7,8 @@
 
 namespace {
 
+constexpr int STORE_LIFE = 1000;  // operations
+
 /// A store beside a plain vector of byte strings, with iterators beside their plain indexes.
 class StoreRun {
  public:
@@ -218,12 +220,15 @@ TEST(StoreModelTest, FollowsAPlainVector) {
   };
   for (const auto& row : ROWS) {
     for (int flags = 0; flags < 4; ++flags) {
-      const std::uint32_t seed = modelSeed() + static_cast<std::uint32_t>(flags);
-      SCOPED_TRACE(testing::Message() << "row of line " << row.line << ", flags " << flags << ", seed " << seed);
-      StoreRun run(flags, row.hints, seed);
-      for (int n = 0, steps = modelSteps(500); n < steps; ++n) {
-        run.step();
-        if (testing::Test::HasFailure()) FAIL() << "at step " << n;
+      // Superblocks never go, so a long run takes a new store now and then.
+      for (int steps = modelSteps(500), done = 0; done < steps; done += STORE_LIFE) {
+        const std::uint32_t seed = modelSeed() + static_cast<std::uint32_t>(flags + done);
+        SCOPED_TRACE(testing::Message() << "row of line " << row.line << ", flags " << flags << ", seed " << seed);
+        StoreRun run(flags, row.hints, seed);
+        for (int n = 0; n < std::min(STORE_LIFE, steps - done); ++n) {
+          run.step();
+          if (testing::Test::HasFailure()) FAIL() << "at step " << n;
+        }
       }
     }
   }

@@ -44,6 +44,7 @@ class SupaBlockInspector {
   /// All handles in the order of the index, by a walk of the bodies. Throws a text at the first broken invariant.
   static std::vector<const unsigned char*> handles(const SupaBlock& s) {
     std::vector<const unsigned char*> all;
+    all.reserve(static_cast<std::size_t>(s.getSize()));
     std::int32_t next = 0;
     for (const auto& sb : s.fSuperBlocks) {
       require(sb->fFirst == next && sb->fLast >= next - 1, "ranges are dense");
@@ -70,12 +71,11 @@ class SupaBlockInspector {
     const std::uint32_t tail = sb.get_unused_body_size();
     require(tail == 0 || (body[sb.fUsed] == 0 && std::memcmp(body + sb.fUsed, body + sb.fUsed + 1, tail - 1) == 0),
             "the tail of a body is zero");
-    std::vector<std::uint32_t> offsets;
+    const std::size_t before = all.size();
     std::uint32_t at = 0;
     for (std::int32_t i = sb.fFirst; i <= sb.fLast; ++i) {
       require(at + 4 <= sb.fUsed && sizeAt(body + at) % 4 == 0 && sizeAt(body + at) <= sb.fUsed - at - 4,
               "a block lies in the used bytes");
-      offsets.push_back(at);
       all.push_back(body + at);
       at += 4 + sizeAt(body + at);
     }
@@ -83,10 +83,9 @@ class SupaBlockInspector {
     require((sb.fDirectory != nullptr) == ((s.fFlags & SupaBlock::SB_DIRECTORY) != 0), "directories as the flags say");
     if (sb.fDirectory == nullptr) return;
     for (std::size_t k = 0; k < sb.fDirectory->size(); ++k) {
-      const std::size_t position = k << s.fHints.fDirShift;
+      const std::size_t position = before + (k << s.fHints.fDirShift);
       // Entry 0 is 0 even for a superblock that has lost all its blocks.
-      require(position < offsets.size() ? (*sb.fDirectory)[k] == offsets[position]
-                                        : position == 0 && (*sb.fDirectory)[0] == 0,
+      require(position < all.size() ? body + (*sb.fDirectory)[k] == all[position] : k == 0 && (*sb.fDirectory)[0] == 0,
               "a directory entry names its block");
     }
   }
