@@ -2,6 +2,13 @@
 
 // Every exported class and function of the library.
 
+#include "zqcore27/blocks/supa_block.h"
+#include "zqcore27/blocks/supa_block_datum.h"
+#include "zqcore27/blocks/supa_block_error.h"
+#include "zqcore27/blocks/supa_block_event.h"
+#include "zqcore27/blocks/supa_block_header.h"
+#include "zqcore27/blocks/supa_block_hints.h"
+#include "zqcore27/blocks/supa_block_iterator.h"
 #include "zqcore27/catalogue/cstr.h"
 #include "zqcore27/catalogue/cstr_enterprise.h"
 #include "zqcore27/catalogue/cstr_error.h"
@@ -10,6 +17,7 @@
 #include "zqcore27/catalogue/ent_cstr_file.h"
 #include "zqcore27/config/config.h"
 #include "zqcore27/config/config_error.h"
+#include "zqcore27/core/bitmap.h"
 #include "zqcore27/core/core.h"
 #include "zqcore27/core/memory.h"
 #include "zqcore27/core/platform_record.h"

@@ -49,6 +49,9 @@ TEST(CStrTest, PutsValuesWhereTheMarksStand) {
     EXPECT_EQ(utf8(out), row.built);
   }
   String out("old");
+  CStr& front = catalogue;
+  front.build(out, std::uint32_t{7});
+  EXPECT_EQ(utf8(out), "") << "no values at all";
   catalogue.build(out, 8, one.begin());
   EXPECT_EQ(utf8(out), "") << "a handle without a text";
 }

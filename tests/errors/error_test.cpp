@@ -20,7 +20,7 @@ class FakeCatalogue : public CStr {
   const std::uint16_t* get(std::uint32_t handle) override {
     ++gets;
     lastHandle = handle;
-    if (fails) throw StringError(CODE, false);
+    if (fails) throw 5;  // anything at all
     return fText.begin();
   }
   int gets = 0;
@@ -86,6 +86,12 @@ TEST(ErrorTest, WordsAreFetchedOnceAndNotCopiedWithTheError) {
   EXPECT_EQ(words(assigned, &second), "first");
   EXPECT_EQ(assigned.numInserts(), 0);
   EXPECT_TRUE(assigned.fatal() && assigned.code() == CODE);
+  StringError source(CODE, false);
+  source.addInsert(String("one"));
+  source.addInsert(String("two"));
+  assigned = source;
+  assigned = *&assigned;
+  EXPECT_EQ(words(assigned, nullptr), "Could not obtain text from Error code, replacement strings:one, two, ");
   String quoted;
   e.get(quoted, nullptr);
   EXPECT_EQ(utf8(quoted), "\"first\"");
@@ -99,7 +105,7 @@ TEST(ErrorTest, AFailingCatalogueGivesTheFixedSentence) {
   EXPECT_EQ(words(e, &catalogue), "Error in obtaining description of previous error.");
   StringError codeless(0, false);
   codeless.addInsert(std::uint32_t{0xC2000106});
-  EXPECT_THROW(codeless.description(&catalogue), StringError);  // the list of a code-less error has no handler
+  EXPECT_THROW(codeless.description(&catalogue), int);  // the list of a code-less error has no handler
 }
 
 TEST(ErrorTest, InsertsAnswerByTheirClass) {
@@ -147,6 +153,23 @@ TEST(ErrorTest, AContainerWordsItselfThroughTheCatalogue) {
   EXPECT_STREQ(copy.module(), "Constant Strings");
 }
 
+/// Answers another code than it holds, and another result than its flag.
+class OtherCode : public StringError {
+ public:
+  OtherCode() : StringError(CODE, false) {}
+  std::uint32_t code() const override { return 77; }
+  bool post_process(bool b) override { return !b; }
+};
+
+TEST(ErrorTest, TheStoredCodeIsWordedAndTheAnsweredOneIsContained) {
+  FakeCatalogue catalogue(u"text");
+  OtherCode e;
+  e.description(&catalogue);
+  EXPECT_EQ(catalogue.lastHandle, CODE);
+  EXPECT_EQ(ErrorContainer(e).code(), 77u);
+  EXPECT_TRUE(e.process());
+}
+
 TEST(ErrorTest, TheFamilyNamesItsModules) {
   const auto check = [](Error&& e, const char* module, std::uint32_t code, bool fatal) {
     EXPECT_STREQ(e.module(), module);
@@ -157,7 +180,7 @@ TEST(ErrorTest, TheFamilyNamesItsModules) {
   };
   check(ToDoError("dropped"), "TO DO!", 0, true);
   check(UnwindError(), "Unwind Error", 0, true);
-  check(FpExceptError(FP_EXCEPT_OVERFLOW), "Floating-point exception", 0, false);
+  check(FpExceptError(FpExceptError::FP_EXCEPT_OVERFLOW), "Floating-point exception", 0, false);
   check(MemError(MemError::HEAP_EXHAUSTED, true), "Memory sub-system", 0xC2000101, true);
   check(StringError(StringError::BAD_UTF8, false), "String System", 0xC200011C, false);
 }

@@ -3,11 +3,11 @@
 set -euo pipefail
 log=$(LD_DEBUG=bindings "$1" 2>&1 >/dev/null)
 grep -q 'libzqcore27' <<<"$log"
-if grep -E 'binding file [^ ]*libzqcore27[^ ]* .*(_Znwm|_Znam|_ZdlPv)' <<<"$log"; then
+if grep -E 'binding file [^ ]*libzqcore27[^ ]* .*(_Zn[wa]m|_Zd[la]Pv)' <<<"$log"; then
   echo "the library binds to an operator new or delete outside itself"
   exit 1
 fi
-if grep -E 'to [^ ]*libzqcore27[^ ]* .*symbol .(_Znwm|_Znam|_ZdlPv)' <<<"$log"; then
+if grep -E 'to [^ ]*libzqcore27[^ ]* .*symbol .(_Zn[wa]m|_Zd[la]Pv)' <<<"$log"; then
   echo "the library's operator new serves somebody else"
   exit 1
 fi

@@ -100,6 +100,35 @@ TEST(StringTest, TerminateRefusesWhatDoesNotFit) {
   EXPECT_EQ(s.terminate(), 3u);
 }
 
+TEST(StringTest, ABlockThatWasWrittenFullOrShrunkStaysText) {
+  String s("abcdef");
+  s[6] = 'y';
+  EXPECT_EQ(s.terminate(), 6u);
+  EXPECT_EQ(utf8(s), "abcdef");
+  s.resize(4);
+  EXPECT_EQ(utf8(s), "a");
+  s.resize(0);
+  EXPECT_EQ(s.begin(), strNULL);
+  EXPECT_TRUE(s == "");
+  s.resize(6);
+  EXPECT_EQ(utf8(s += u"ab"), "ab");
+}
+
+TEST(StringTest, WhatFailsOrMovesLeavesText) {
+  setACPid(65001);
+  String s;
+  EXPECT_THROW(s = "ab\xFF", StringError);
+  EXPECT_EQ(utf8(s), "ab");
+  EXPECT_EQ(s.begin()[2], 0);
+  const String taken(std::move(s));
+  s += 'x';  // NOLINT: a moved-from text is empty
+  EXPECT_EQ(utf8(s), "x");
+  String bytes(u"\u6261\u6463");  // "abcd" in the bytes of a little-endian machine
+  bytes = reinterpret_cast<const char*>(*bytes);
+  EXPECT_EQ(utf8(bytes), "abcd");
+  EXPECT_EQ(nullString().size(), 0u);
+}
+
 TEST(StringTest, HugeLengthsAreRefusedAndNothingChanges) {
   String s("abc");
   EXPECT_THROW(s.fill(0x7FFFFFFF, 'x'), MemError);
@@ -107,6 +136,11 @@ TEST(StringTest, HugeLengthsAreRefusedAndNothingChanges) {
   EXPECT_THROW(String(wide(u"a"), 0xFFFFFFFFu), MemError);
   EXPECT_THROW(String("a", 0xFFFFFFFFu), MemError);
   EXPECT_EQ(utf8(s), "abc");
+  String many, longText;
+  many.fill(65536, 'x');
+  longText.fill(65537, 'y');
+  EXPECT_THROW(many.replace(String("x"), longText), MemError);
+  EXPECT_EQ(many.size(), 65536u);
 }
 
 TEST(StringTest, ComparisonSubtractsTheStoredUnitsSecondMinusFirst) {
@@ -154,6 +188,11 @@ TEST(StringTest, OperatorsOfAHostAreNotAmbiguous) {
   const String& readOnly = s;
   readOnly[0] = 'x';
   EXPECT_EQ(utf8(s), "xbc");
+  s += 'c';
+  s += 0x64;
+  s += u'e';
+  s += 0;
+  EXPECT_EQ(utf8(s), "xbccde");
   std::unordered_set<String> set{"one", "ONE", "two"};
   EXPECT_EQ(set.size(), 2u);
 }
@@ -195,6 +234,11 @@ TEST(NatStringTest, CountsItsTerminator) {
   EXPECT_STREQ(n.begin(), "abcabc");
   EXPECT_EQ(n.size(), 7u);
   EXPECT_EQ(blockSize(n), 7u);
+  NatString assigned;
+  assigned = n;
+  EXPECT_STREQ(assigned.begin(), "abcabc");
+  assigned.erase();
+  EXPECT_EQ(blockSize(assigned), 1u);
   const NatString moved(std::move(n));
   EXPECT_STREQ(moved.begin(), "abcabc");
   EXPECT_STREQ(n.begin(), "");  // NOLINT: a moved-from text is empty
@@ -207,6 +251,9 @@ TEST(WideStringTest, CountsItsTerminator) {
   EXPECT_EQ(blockSize(w), 6u);
   const WideString none(static_cast<const std::uint16_t*>(nullptr));
   const WideString copy(none);
+  WideString assigned(none);
+  assigned = w;
+  EXPECT_EQ(assigned.begin()[1], 'b');
   EXPECT_EQ(none.size(), 0u);
   EXPECT_EQ(copy.begin()[0], 0);
   EXPECT_EQ(blockSize(copy), 0u);

@@ -35,12 +35,14 @@ bool substitute(String& out, String& text, std::va_list args) {
 
 }  // namespace
 
+CStrOperations::~CStrOperations() = default;
+
 CStr::CStr() = default;
 CStr::CStr(const CStr&) = default;
 CStr& CStr::operator=(const CStr&) = default;
 CStr::~CStr() = default;
 
-void CStr::build(String& out, std::uint32_t handle, ...) {
+void CStrOperations::build(String& out, std::uint32_t handle, ...) {
   String text(get(handle));
   String built;  // apart from `out`, in whose block the values may lie
   built.fill(text.size() + 1, 0);
@@ -58,7 +60,7 @@ void CStr::build(String& out, std::uint32_t handle, ...) {
   if (!good) throw CStrError(CStrError::CSTR_ERR_BAD_PARAMETER, "Bad call to String(hgCStr->..)", true);
 }
 
-std::uint32_t CStr::findKeyword(std::uint32_t first, std::uint32_t last, const String& keyword) {
+std::uint32_t CStrOperations::findKeyword(std::uint32_t first, std::uint32_t last, const String& keyword) {
   if (first > last) return 0;
   for (std::uint32_t handle = first;; ++handle) {
     if (keyword == get(handle)) return handle;

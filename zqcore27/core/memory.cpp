@@ -1,6 +1,5 @@
 #include "zqcore27/core/memory.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -54,7 +53,8 @@ unsigned char* allocateOrThrow(unsigned int size) {
 
 MemResizable::MemResizable(unsigned int size) : fSize(size), fData(allocateOrThrow(size)) {}
 
-MemResizable::MemResizable(const MemResizable& other) : FromLibraryHeap(), fSize(other.fSize), fData(allocateOrThrow(other.fSize)) {
+MemResizable::MemResizable(const MemResizable& other)
+    : FromLibraryHeap(), fSize(other.fSize), fData(allocateOrThrow(other.fSize)) {
   MemAllocator::copy(fData, other.fData, fSize);
 }
 

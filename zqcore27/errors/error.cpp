@@ -29,9 +29,9 @@ Error& Error::operator=(const Error& e) {
     fInserts.swap(old);
     throw;
   }
-  for (ErrorInsert* insert : old) delete insert;
   fCode = e.fCode;
   fFatal = e.fFatal;
+  for (ErrorInsert* insert : old) delete insert;
   return *this;
 }
 

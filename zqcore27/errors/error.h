@@ -18,6 +18,7 @@ class CStr;
 /// The error owns its inserts. Threads: one at a time; `description` writes the object although it is const.
 class ZQCORE27_EXPORT Error : public FromLibraryHeap {
  public:
+  /// Unworded and without inserts; touches no catalogue.
   Error(std::uint32_t code, bool fatal);
   /// Copies code, fatal flag and inserts. The copy isn't worded yet, whatever `e` is.
   Error(const Error& e);
@@ -27,14 +28,17 @@ class ZQCORE27_EXPORT Error : public FromLibraryHeap {
 
   /// The subsystem's fixed name.
   virtual const char* module() const = 0;
+  /// The code that was given; a subclass may say otherwise.
   virtual std::uint32_t code() const;
   /// The wording; see above. Never null. Built once: a later call gives the same text whatever catalogue it passes.
-  /// The text belongs to the error and lives until it is assigned to or destroyed.
+  /// The text belongs to the error and lives until it is assigned to or destroyed. Errors: without a code, what an
+  /// insert raises; nothing else.
   virtual const std::uint16_t* description(CStr* cstr) const;
   /// post_process(fatal()).
   virtual bool process();
   /// Returns `b`. A hook for subclasses.
   virtual bool post_process(bool b);
+  /// The number of inserts.
   virtual std::int32_t numInserts();
   /// Insert `i`, 0 to numInserts() - 1, unchecked. It belongs to the error.
   virtual ErrorInsert* getInsert(std::int32_t i);
@@ -45,7 +49,8 @@ class ZQCORE27_EXPORT Error : public FromLibraryHeap {
   /// `out` becomes the description between double quotes.
   void get(String& out, CStr* cstr) const;
 
-  /// Appends an insert; the first one added fills mark 1 of the text.
+  /// Appends an insert; the first one added fills mark 1 of the text. Errors: MemError or std::bad_alloc, nothing
+  /// added.
   void addInsert(const String& s);
   void addInsert(std::uint32_t handle);
   void addInsert(const Error& e);

@@ -11,7 +11,7 @@ const std::uint16_t* ErrorErrorInsert::get(CStr* c) { return fError.description(
 
 ErrorInsert* ErrorErrorInsert::duplicate() const { return new ErrorErrorInsert(*this); }
 
-InsertType ErrorErrorInsert::type() { return INSERT_HANDLE; }
+ErrorInsert::InsertType ErrorErrorInsert::type() { return INSERT_HANDLE; }
 
 std::uint32_t ErrorErrorInsert::code() { return fError.code(); }
 

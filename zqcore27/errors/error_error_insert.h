@@ -6,6 +6,7 @@
 inline namespace zqcore27 {
 
 /// An error inside an error: a deep copy, worded in full where the outer text takes it in.
+/// Threads: as the error.
 class ZQCORE27_EXPORT ErrorErrorInsert : public ErrorInsert {
  public:
   explicit ErrorErrorInsert(const Error& e);

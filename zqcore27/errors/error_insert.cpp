@@ -28,7 +28,7 @@ const std::uint16_t* StringErrorInsert::get(CStr*) { return fText.begin(); }
 
 ErrorInsert* StringErrorInsert::duplicate() const { return new StringErrorInsert(*this); }
 
-InsertType StringErrorInsert::type() { return INSERT_TEXT; }
+ErrorInsert::InsertType StringErrorInsert::type() { return INSERT_TEXT; }
 
 CStrErrorInsert::CStrErrorInsert(std::uint32_t handle) : fHandle(handle) {}
 CStrErrorInsert::CStrErrorInsert(const CStrErrorInsert&) = default;
@@ -39,7 +39,7 @@ const std::uint16_t* CStrErrorInsert::get(CStr* c) { return c == nullptr ? nullp
 
 ErrorInsert* CStrErrorInsert::duplicate() const { return new CStrErrorInsert(*this); }
 
-InsertType CStrErrorInsert::type() { return INSERT_HANDLE; }
+ErrorInsert::InsertType CStrErrorInsert::type() { return INSERT_HANDLE; }
 
 std::uint32_t CStrErrorInsert::code() { return fHandle; }
 

@@ -10,12 +10,12 @@ inline namespace zqcore27 {
 
 class CStr;
 
-/// What an insert is: a text that stands by itself, or one that is fetched from a catalogue.
-enum InsertType : int { INSERT_TEXT = 0, INSERT_HANDLE = 1 };
-
 /// One value that an error puts into its text. Owned by the error. Threads: as the error.
 class ZQCORE27_EXPORT ErrorInsert : public FromLibraryHeap {
  public:
+  /// What an insert is: a text that stands by itself, or one that is fetched from a catalogue.
+  enum InsertType : int { INSERT_TEXT = 0, INSERT_HANDLE = 1 };
+
   ErrorInsert() = default;
   ErrorInsert(const ErrorInsert&) = default;
   ErrorInsert& operator=(const ErrorInsert&) = default;
@@ -25,6 +25,7 @@ class ZQCORE27_EXPORT ErrorInsert : public FromLibraryHeap {
   virtual const std::uint16_t* get(CStr* c) = 0;
   /// A new insert of the same class, which the caller owns.
   virtual ErrorInsert* duplicate() const = 0;
+  /// INSERT_TEXT for a text, INSERT_HANDLE for everything else.
   virtual InsertType type() = 0;
   /// 65535 where an insert has no code.
   virtual std::uint32_t code();
@@ -33,7 +34,7 @@ class ZQCORE27_EXPORT ErrorInsert : public FromLibraryHeap {
   virtual ErrorInsert* getInsert(std::int32_t i);
 };
 
-/// A text of its own.
+/// A text of its own. Threads: as the error.
 class ZQCORE27_EXPORT StringErrorInsert : public ErrorInsert {
  public:
   explicit StringErrorInsert(const String& s);
@@ -50,7 +51,7 @@ class ZQCORE27_EXPORT StringErrorInsert : public ErrorInsert {
   String fText;
 };
 
-/// A text of the catalogue, fetched when the error is worded; null without a catalogue.
+/// A text of the catalogue, fetched when the error is worded; null without a catalogue. Threads: as the error.
 class ZQCORE27_EXPORT CStrErrorInsert : public ErrorInsert {
  public:
   explicit CStrErrorInsert(std::uint32_t handle);

@@ -4,7 +4,7 @@
 
 inline namespace zqcore27 {
 
-/// Memory can't be had. The object that asked for it is as before.
+/// Memory can't be had. The object that asked for it is as before. Threads: as Error.
 class ZQCORE27_EXPORT MemError : public Error {
  public:
   /// The heap is exhausted; fatal. Remedy: give the process more memory, or less to do.

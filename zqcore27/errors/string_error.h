@@ -4,7 +4,7 @@
 
 inline namespace zqcore27 {
 
-/// Text can't be converted.
+/// Text can't be converted. Threads: as Error.
 class ZQCORE27_EXPORT StringError : public Error {
  public:
   /// A NativeType outside its two values; fatal. A mistake of the caller.

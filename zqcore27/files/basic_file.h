@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "zqcore27/core/memory.h"
 #include "zqcore27/files/file_locator.h"
 #include "zqcore27/platform/export.h"
 #include "zqcore27/threads/mutex.h"
@@ -15,7 +16,7 @@ inline namespace zqcore27 {
 /// new file may be read and written as the process's umask allows. The file isn't inherited by programs started.
 /// Errors: nothing but MemError. Threads: lockedSeekAndRead from any number of threads at once, with nothing else
 /// beside it; all else one at a time.
-class ZQCORE27_EXPORT BasicFile {
+class ZQCORE27_EXPORT BasicFile : public FromLibraryHeap {
  public:
   enum Error : int {
     FILE_ERR_NONE = 0,

@@ -67,7 +67,7 @@ NatString& NatString::operator+=(const unsigned char* s) {
 
 void NatString::append_data(const unsigned char* s, unsigned int n) {
   const bool inside = s >= fData && s < fData + fSize;
-  const std::ptrdiff_t offset = s - fData;
+  const std::ptrdiff_t offset = inside ? s - fData : 0;
   const std::uint32_t oldLength = fLength;
   resize(fLength + n);
   MemAllocator::move(fData + oldLength - 1, inside ? fData + offset : s, n);

@@ -28,7 +28,7 @@ std::uint32_t checkedLength(std::size_t n) {
 /// The number of leading bytes below 0x80 and not zero.
 std::uint32_t asciiRun(const char* s, std::uint32_t n) {
   std::uint32_t i = 0;
-  while (i < n && static_cast<signed char>(s[i]) > 0) ++i;
+  while (i<n&& static_cast<signed char>(s[i])> 0) ++i;
   return i;
 }
 
@@ -89,7 +89,23 @@ String& String::operator=(std::u16string_view s) {
   return copy_data(zqcore27::units(s.data()), checkedLength(s.size()));
 }
 
-unsigned int String::terminate() { return fLength = string_length(data()); }
+String& String::resize(unsigned int bytes) {
+  MemResizable::resize(bytes);
+  if (capacity() == 0) {
+    flush_data();
+  } else if (fLength >= capacity()) {
+    terminate(capacity() - 1);
+  }
+  return *this;
+}
+
+unsigned int String::terminate() {
+  const unsigned int room = capacity();
+  if (room == 0) return fLength = 0;
+  const std::uint16_t* const text = data();
+  const unsigned int zero = static_cast<unsigned int>(std::find(text, text + room, 0) - text);
+  return terminate(std::min(zero, room - 1));
+}
 
 unsigned int String::terminate(unsigned int n) {
   if (n < capacity()) {

@@ -59,6 +59,7 @@ class ZQCORE27_EXPORT String : public MemResizable {
   String& operator=(const String& other);
   String& operator=(String&& other) noexcept;
   String& operator=(const std::uint16_t* s);
+  /// Errors: as in construction; the units converted up to then stay.
   String& operator=(const char* s);
   String& operator=(std::nullptr_t);
   String& operator=(const char16_t* s);
@@ -87,7 +88,10 @@ class ZQCORE27_EXPORT String : public MemResizable {
   /// The text without its terminator, for range-for and algorithms. Valid until the next change.
   std::span<const std::uint16_t> units() const { return {data(), fLength}; }
 
+  /// Changes the block to `bytes` bytes, as MemResizable::resize; text that no longer fits is cut off.
+  String& resize(unsigned int bytes);
   /// After writing through a pointer: the length becomes the number of units before the first zero, and is returned.
+  /// A block without a zero unit gets one as its last.
   unsigned int terminate();
   /// Cuts or extends the text to `n` units if the block has room for them and a terminator; otherwise changes nothing.
   /// Returns the length.
@@ -106,7 +110,10 @@ class ZQCORE27_EXPORT String : public MemResizable {
   String& operator+=(std::uint16_t c);
   String& operator+=(std::nullptr_t) { return *this; }
   String& operator+=(const char16_t* s);
-  String& operator+=(char16_t c) { return *this += static_cast<std::uint16_t>(c); }
+  template <std::integral C>
+  String& operator+=(C c) {
+    return *this += static_cast<std::uint16_t>(c);
+  }
 
   // --- Comparison ---
 
@@ -132,6 +139,8 @@ class ZQCORE27_EXPORT String : public MemResizable {
 
   // --- Single characters ---
 
+  /// The upper and lower form of a unit; the unit itself where it has none. All members of a class, as i, I, U+0130 and
+  /// U+0131, have one upper form.
   static std::uint16_t chrToUpper(std::uint16_t c);
   static std::uint16_t chrToLower(std::uint16_t c);
 
@@ -147,7 +156,7 @@ class ZQCORE27_EXPORT String : public MemResizable {
 
   // --- Format and scan ---
 
-  /// Replaces the text by `format` with its directives filled in. See docs/guide.md for the directives; note that `u`,
+  /// Replaces the text by `format` with its directives filled in, as of the printf family; note that `u`,
   /// `o`, `x`, `X` and `b` take 16 bits without `l`, `%s` takes 16-bit text (`%Ns` 8-bit native text), and a bad
   /// directive ends the text there.
   void build(const char* format, ...);
@@ -184,7 +193,8 @@ class ZQCORE27_EXPORT String : public MemResizable {
   /// Digits 0 to 9 only. Empty text is a number.
   bool isNumber() const;
   /// Copies the smaller of source.size() and `max` units to the start of the block. Neither grows the block nor writes
-  /// a terminator nor changes the length: provide the room first, and terminate() afterwards.
+  /// a terminator nor changes the length: provide the room first, and terminate() afterwards. What the block has no room
+  /// for is left out.
   String& copyMax(String& source, unsigned int max);
   /// `n` copies of `c`; with `c` 0 the length is 0.
   void fill(unsigned int n, std::uint16_t c);
@@ -253,11 +263,12 @@ inline std::string String::toUTF8() const {
 inline std::ostream& operator<<(std::ostream& out, const String& s) { return out << s.toUTF8(); }
 
 /// A strict weak ordering for containers: folded units in ascending order, equal exactly where operator== says so.
+/// Threads: any.
 struct ZQCORE27_EXPORT StringLess {
   bool operator()(const String& a, const String& b) const;
 };
 
-/// For unordered containers: folds case, so that texts that are equal by operator== have one hash value.
+/// For unordered containers: folds case, so that texts that are equal by operator== have one hash value. Threads: any.
 struct ZQCORE27_EXPORT StringHash {
   std::size_t operator()(const String& s) const noexcept;
 };
