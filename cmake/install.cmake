@@ -11,5 +11,7 @@ write_basic_package_version_file(zqcore27ConfigVersion.cmake COMPATIBILITY SameM
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zqcore27Config.cmake ${CMAKE_CURRENT_BINARY_DIR}/zqcore27ConfigVersion.cmake
   DESTINATION ${package_dir})
 
+# Relative, so that an installed copy may be moved.
+file(RELATIVE_PATH prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/zqcore27.pc.in zqcore27.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zqcore27.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
