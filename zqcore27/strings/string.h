@@ -193,8 +193,8 @@ class ZQCORE27_EXPORT String : public MemResizable {
   /// Digits 0 to 9 only. Empty text is a number.
   bool isNumber() const;
   /// Copies the smaller of source.size() and `max` units to the start of the block. Neither grows the block nor writes
-  /// a terminator nor changes the length: provide the room first, and terminate() afterwards. What the block has no room
-  /// for is left out.
+  /// a terminator nor changes the length: provide the room first, and terminate() afterwards. What the block has no
+  /// room for is left out.
   String& copyMax(String& source, unsigned int max);
   /// `n` copies of `c`; with `c` 0 the length is 0.
   void fill(unsigned int n, std::uint16_t c);
