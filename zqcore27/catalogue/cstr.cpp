@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "zqcore27/catalogue/cstr_error.h"
+#include "zqcore27/core/core_hold.h"
 
 inline namespace zqcore27 {
 
@@ -43,6 +44,7 @@ CStr& CStr::operator=(const CStr&) = default;
 CStr::~CStr() = default;
 
 void CStrOperations::build(String& out, std::uint32_t handle, ...) {
+  const CoreUse texts;  // stay good while they are in hand
   String text(get(handle));
   String built;  // apart from `out`, in whose block the values may lie
   built.fill(text.size() + 1, 0);
@@ -62,6 +64,7 @@ void CStrOperations::build(String& out, std::uint32_t handle, ...) {
 
 std::uint32_t CStrOperations::findKeyword(std::uint32_t first, std::uint32_t last, const String& keyword) {
   if (first > last) return 0;
+  const CoreUse texts;  // stay good while they are in hand
   for (std::uint32_t handle = first;; ++handle) {
     if (keyword == get(handle)) return handle;
     if (handle == last) return 0;  // tested here, since the highest handle has none above it

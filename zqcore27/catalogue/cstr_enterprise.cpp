@@ -2,6 +2,7 @@
 
 #include "zqcore27/catalogue/cstr_error.h"
 #include "zqcore27/core/core.h"
+#include "zqcore27/core/core_hold.h"
 
 inline namespace zqcore27 {
 
@@ -13,7 +14,8 @@ CStrEnterprise::~CStrEnterprise() = default;
 
 const std::uint16_t* CStrEnterprise::get(std::uint32_t handle) {
   const auto code = static_cast<std::uint16_t>(handle >> 16 & 0xFFF);
-  CStr* catalogue = gCore == nullptr ? nullptr : gCore->getCStr(code, fModule, fLocale);
+  const CoreUse use;
+  CStr* catalogue = use.core() == nullptr ? nullptr : use.core()->getCStr(code, fModule, fLocale);
   if (catalogue == nullptr) throw CStrError(CStrError::CSTR_ERR_NO_FILE, "", false);
   return catalogue->get(handle);
 }

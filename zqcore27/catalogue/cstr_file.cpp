@@ -8,6 +8,7 @@
 
 #include "zqcore27/catalogue/cstr_error.h"
 #include "zqcore27/core/core.h"
+#include "zqcore27/core/core_hold.h"
 #include "zqcore27/errors/string_error.h"
 #include "zqcore27/files/file_bin_header.h"
 #include "zqcore27/platform/environment.h"
@@ -49,7 +50,7 @@ bool fromNative(String& out, const char* text) {
 bool moduleDirectory(HINSTANCE module, String& out) {
   std::array<char, MAX_MODULE_PATH> path;
   if (platform::modulePath(module, path.data(), path.size()) == 0 || !fromNative(out, path.data())) return false;
-  const std::uint32_t cut = out.locateLast(gCore->fPlatform->fDirSep, false);
+  const std::uint32_t cut = out.locateLast(separators().dir, false);
   if (cut != String::NOT_FOUND) out.terminate(cut);
   return true;
 }
@@ -73,7 +74,10 @@ CStrFile::~CStrFile() {
 void CStrFile::init(HINSTANCE module, const FileLocator& f, const String& version) {
   FileLocator found(f);
   if (!open_in_search_path(module, found)) throw CStrError(CStrError::CSTR_ERR_NO_FILE, found.path(), false);
-  if (gCore->fStringDirectory.size() == 0) gCore->fStringDirectory = found.location();
+  const CoreUse use;
+  if (use.core() != nullptr && use.core()->fStringDirectory.size() == 0) {
+    use.core()->fStringDirectory = found.location();
+  }
 
   const std::uint32_t size = fFile.size();
   const bool sizeKnown = size != 0 || fFile.getError() == File::FILE_ERR_NONE;
@@ -86,7 +90,10 @@ void CStrFile::init(HINSTANCE module, const FileLocator& f, const String& versio
 }
 
 bool CStrFile::open_in_search_path(HINSTANCE module, FileLocator& f) {
-  if (gCore->fStringDirectory.size() != 0 && open_in(gCore->fStringDirectory, f)) return true;
+  const CoreUse use;
+  if (use.core() != nullptr && use.core()->fStringDirectory.size() != 0 && open_in(use.core()->fStringDirectory, f)) {
+    return true;
+  }
   String directory;
   const char* named = platform::environmentValue("tavio_language");
   if (named != nullptr && fromNative(directory, named) && open_in(directory, f)) return true;

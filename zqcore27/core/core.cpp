@@ -8,6 +8,7 @@
 #include "zqcore27/catalogue/ent_cstr_file.h"
 #include "zqcore27/core/core_hold.h"
 #include "zqcore27/platform/build_info.h"
+#include "zqcore27/platform/native_thread.h"
 #include "zqcore27/threads/jtc.h"
 
 inline namespace zqcore27 {
@@ -37,6 +38,23 @@ T* makeOrNull(Args&&... args) {
 
 CoreHold::CoreHold() : fHold(coreLock), fCore(std::atomic_ref<OrlanCore*>(gCore).load(std::memory_order_acquire)) {}
 
+CoreUse::CoreUse() {
+  const CoreHold hold;
+  if (hold.core() != nullptr && hold.core()->use_if_held()) fCore = hold.core();
+}
+
+CoreUse::~CoreUse() {
+  if (fCore != nullptr) fCore->unuse();
+}
+
+Separators separators() {
+  const CoreHold hold;
+  const Platform* const platform = hold.core() != nullptr ? hold.core()->fPlatform : nullptr;
+  if (platform != nullptr) return {platform->fDirSep, platform->fExtSep};
+  const BuildInfo built = buildInfo();
+  return {built.dirSep, built.extSep};
+}
+
 OrlanCore::OrlanCore() : fStringDirectory(strNULL) {
   if (threadLayer == nullptr) threadLayer = makeOrNull<JTCInitialize>();
   fMemory = makeOrNull<MemAllocator>();
@@ -64,6 +82,14 @@ OrlanCore::~OrlanCore() {
   delete std::exchange(fThreads, nullptr);
 }
 
+// A core that has begun to go stays in gCore for a few steps, with its count below 0 already.
+bool OrlanCore::use_if_held() {
+  const OrlanSynchronized hold(fMutex);
+  if (fCount < 0) return false;
+  ++fCount;
+  return true;
+}
+
 void OrlanCore::delete_catalogues() {
   if (fCatalogues == nullptr || fCatalogueLock == nullptr) return;
   const OrlanSynchronizedWrite hold(*fCatalogueLock);
@@ -81,6 +107,7 @@ class CoreBootstrap {
       auto* const core = new OrlanCore;
       gCore = core;
       core->use();
+      fProcess = callingProcessId();
       std::atexit(giveUp);
     } catch (...) {
       // Nothing may leave the load step. Without a core gCore stays null.
@@ -88,9 +115,13 @@ class CoreBootstrap {
   }
 
  private:
+  // A forked child leaves it all as it is: the locks may belong to threads that the child doesn't have.
   static void giveUp() {
+    if (callingProcessId() != fProcess) return;
     if (OrlanCore* const core = gCore) core->unuse();
   }
+
+  static inline constinit std::uint32_t fProcess = 0;  // the one that the core was made in
 };
 
 const CoreBootstrap coreBootstrap;

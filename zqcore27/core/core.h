@@ -21,7 +21,10 @@ class EntCStrFile;
 /// The process-wide object of the library. The library makes it while it loads, before any code of the host runs, and
 /// holds it until the process's exit; a host that needs it longer takes a hold of its own. It has no accessors: read
 /// the fields through gCore. A field whose allocation failed at load is null, and the library isn't usable then.
-/// Threads: use, unuse and getCStr from any; the fields as they say.
+/// A text of its catalogues dies with the core: a thread that may still run while the process ends takes a hold before
+/// it asks for one, or leaves that to Error::description and CStr::build, which do. The library itself is safe in such
+/// a thread: it finds no core, and works without. In a forked child nothing is taken back at exit, and thread ids are
+/// new. Threads: use, unuse and getCStr from any; the fields as they say.
 class ZQCORE27_EXPORT OrlanCore : public RefCount {
  public:
   OrlanCore();
@@ -41,11 +44,15 @@ class ZQCORE27_EXPORT OrlanCore : public RefCount {
   ReadWriteLock* fCatalogueLock = nullptr;
 
  private:
+  friend class CoreUse;
+
+  bool use_if_held();
   void delete_catalogues();
 };
 
 /// The core: null before the library has loaded and after the core has gone, valid in between. The library reads it
-/// afresh each time, so that it sees what a host stores here; a host that does sees to it that nobody reads meanwhile.
+/// afresh each time, so that it sees what a host stores here; a host that does sees to it that nobody reads meanwhile,
+/// and that the core has a holder: one without counts as none in the look-up of texts.
 ZQCORE27_EXPORT extern OrlanCore* gCore;
 
 /// A slot for the host: null at load, neither read nor written by the library.

@@ -1,6 +1,9 @@
 #pragma once
 
-// Internal.
+// Internal: how threads that may outlive the core use it. Declared apart from the core, for those who only keep it
+// alive.
+
+#include <cstdint>
 
 #include "zqcore27/platform/thread_annotations.h"
 #include "zqcore27/threads/mutex.h"
@@ -24,5 +27,29 @@ class CoreHold {
   OrlanSynchronized fHold;
   OrlanCore* fCore;
 };
+
+/// A hold on the count of the core, if there is one, while this object lives: for longer steps, and for as long as
+/// texts of its catalogues are in hand. Nothing waits for it: where the end of the process comes meanwhile, the core
+/// goes with this object. A core that nobody holds counts as none.
+class CoreUse {
+ public:
+  CoreUse();
+  ~CoreUse();
+  CoreUse(const CoreUse&) = delete;
+  CoreUse& operator=(const CoreUse&) = delete;
+
+  /// Null if there was none, or if it had begun to go.
+  OrlanCore* core() const { return fCore; }
+
+ private:
+  OrlanCore* fCore = nullptr;
+};
+
+/// The separators of the core's platform record, or, without a core, those of the build.
+struct Separators {
+  std::uint16_t dir;
+  std::uint16_t ext;
+};
+Separators separators();
 
 }  // namespace zqcore27

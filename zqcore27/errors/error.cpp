@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "zqcore27/core/core_hold.h"
 #include "zqcore27/errors/cstr.h"
 #include "zqcore27/errors/error_error_insert.h"
 
@@ -77,6 +78,7 @@ void Error::get(String& out, CStr* cstr) const {
 
 const std::uint16_t* Error::description(CStr* cstr) const {
   if (fDescription.size() != 0) return fDescription.begin();
+  const CoreUse texts;  // stay good while they are in hand
   if (fCode != 0 && cstr != nullptr) {
     describe_from_catalogue(cstr);
   } else {

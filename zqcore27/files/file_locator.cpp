@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "zqcore27/core/core.h"
+#include "zqcore27/core/core_hold.h"
 #include "zqcore27/platform/directory.h"
 #include "zqcore27/strings/nat_string.h"
 
@@ -57,9 +57,9 @@ FileLocator& FileLocator::operator=(const FileLocator& f) {
   return *this;
 }
 
-std::uint16_t FileLocator::dir_sep() const { return gCore->fPlatform->fDirSep; }
+std::uint16_t FileLocator::dir_sep() const { return separators().dir; }
 
-std::uint16_t FileLocator::ext_sep() const { return gCore->fPlatform->fExtSep; }
+std::uint16_t FileLocator::ext_sep() const { return separators().ext; }
 
 void FileLocator::from_string(const String& s) {
   Split cut = splitAtLast(s, dir_sep());

@@ -1,6 +1,6 @@
 #include "zqcore27/files/native_file_locator.h"
 
-#include "zqcore27/core/core.h"
+#include "zqcore27/core/core_hold.h"
 
 inline namespace zqcore27 {
 
@@ -8,8 +8,9 @@ NativeFileLocator::NativeFileLocator(const String& s) { NativeFileLocator::from_
 
 void NativeFileLocator::from_string(const String& s) {
   String native = s;
-  native.replaceChars('/', gCore->fPlatform->fDirSep);
-  native.replaceChars('\\', gCore->fPlatform->fDirSep);
+  const std::uint16_t separator = separators().dir;
+  native.replaceChars('/', separator);
+  native.replaceChars('\\', separator);
   FileLocator::from_string(native);
 }
 

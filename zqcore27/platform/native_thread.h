@@ -23,8 +23,11 @@ void joinNativeThread(const NativeThread& thread);
 void detachNativeThread(const NativeThread& thread);
 
 /// The calling thread's numeric id, never 0; on Linux the kernel's own, which is reused some time after the thread's
-/// end.
+/// end. In a forked child the thread that called fork has a new one.
 std::uint32_t callingThreadId();
+
+/// The process's id. A forked child has another.
+std::uint32_t callingProcessId();
 
 /// Sets the priority of the living thread `id` of this process. 0 is normal, higher is more urgent, -19 to 20. Returns
 /// 0 or the system error number: EINVAL outside the range, EACCES or EPERM where the process lacks the right.
@@ -33,7 +36,8 @@ int setThreadPriority(std::uint32_t id, int priority);
 /// The name that debuggers and process lists show, cut to what the platform takes.
 void nameCallingThread(const char* name);
 
-/// The system's words for an error number, zero-terminated, cut to `room` bytes, which must be at least 1.
+/// The system's English words for an error number, in ASCII whatever the locale, zero-terminated, cut to `room` bytes,
+/// which must be at least 1.
 void systemErrorText(int error, char* out, std::size_t room);
 
 }  // namespace zqcore27

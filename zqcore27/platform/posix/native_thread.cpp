@@ -19,7 +19,8 @@ static_assert(sizeof(pthread_t) == sizeof(std::uintptr_t));
 constexpr int LOWEST_PRIORITY = -19;
 constexpr int HIGHEST_PRIORITY = 20;
 
-void* threadEntry(void* arg) {
+// The forced unwinding has no object that a reference could be bound to, at which the sanitizer would stop.
+__attribute__((no_sanitize("undefined"))) void* threadEntry(void* arg) {
   const auto* thread = static_cast<const NativeThread*>(arg);
   try {
     thread->body(thread->arg);
@@ -29,10 +30,6 @@ void* threadEntry(void* arg) {
   }
   return nullptr;
 }
-
-// strerror_r comes in two forms; overloads take the one that this C runtime has.
-[[maybe_unused]] const char* textOf(int result, const char* buffer) { return result == 0 ? buffer : "Unknown error"; }
-[[maybe_unused]] const char* textOf(const char* result, const char*) { return result; }
 
 }  // namespace
 
@@ -49,6 +46,8 @@ void detachNativeThread(const NativeThread& thread) { pthread_detach(static_cast
 
 std::uint32_t callingThreadId() { return static_cast<std::uint32_t>(syscall(SYS_gettid)); }
 
+std::uint32_t callingProcessId() { return static_cast<std::uint32_t>(getpid()); }
+
 int setThreadPriority(std::uint32_t id, int priority) {
   if (priority < LOWEST_PRIORITY || priority > HIGHEST_PRIORITY) return EINVAL;  // the system would cut it silently
   return setpriority(PRIO_PROCESS, id, -priority) == 0 ? 0 : errno;
@@ -61,8 +60,8 @@ void nameCallingThread(const char* name) {
 }
 
 void systemErrorText(int error, char* out, std::size_t room) {
-  char buffer[256];
-  std::snprintf(out, room, "%s", textOf(strerror_r(error, buffer, sizeof buffer), buffer));
+  const char* const words = strerrordesc_np(error);
+  std::snprintf(out, room, "%s", words != nullptr ? words : "Unknown error");
 }
 
 }  // namespace zqcore27
