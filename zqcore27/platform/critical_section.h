@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cassert>
 #include <cstdint>
 
 inline namespace zqcore27 {
@@ -20,18 +21,42 @@ class CriticalSection {
   CriticalSection(const CriticalSection&) = delete;
   CriticalSection& operator=(const CriticalSection&) = delete;
 
-  void lock() noexcept;
-  void unlock() noexcept;
+  void lock() noexcept {
+    if (isMine()) {
+      ++fDepth;
+      return;
+    }
+    std::uint32_t expected = FREE;
+    if (!fState.compare_exchange_strong(expected, OWNED, std::memory_order_acquire, std::memory_order_relaxed)) {
+      wait_for_lock();
+    }
+    fOwner.store(&threadMark, std::memory_order_relaxed);
+  }
+  void unlock() noexcept {
+    assert(isMine());
+    if (fDepth != 0) {
+      --fDepth;
+      return;
+    }
+    fOwner.store(nullptr, std::memory_order_relaxed);
+    if (fState.exchange(FREE, std::memory_order_release) == CONTENDED) wake_one();
+  }
   /// True if the caller owns it.
-  bool isMine() const noexcept;
+  bool isMine() const noexcept { return fOwner.load(std::memory_order_relaxed) == &threadMark; }
   /// Unlocks as often as the caller has locked it; returns what relock() takes to restore that.
   std::uint32_t unlockAll() noexcept;
   void relock(std::uint32_t depth) noexcept;
 
  private:
-  void wait_for_lock() noexcept;
+  enum : std::uint32_t { FREE = 0, OWNED = 1, CONTENDED = 2 };
 
-  std::atomic<std::uint32_t> fState{0};      // 0 free, 1 owned, 2 owned and somebody may be waiting
+  void wait_for_lock() noexcept;
+  void wake_one() noexcept;
+
+  // Its address is the calling thread's mark: unlike any other living thread's, and had without a call.
+  [[gnu::tls_model("initial-exec")]] static constinit thread_local char threadMark;
+
+  std::atomic<std::uint32_t> fState{FREE};   // CONTENDED: owned, and somebody may be waiting
   std::uint32_t fDepth = 0;                  // of the owner alone: locks beyond the first
   std::atomic<const void*> fOwner{nullptr};  // only the owner itself ever finds its own mark here
 };

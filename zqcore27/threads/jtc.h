@@ -46,8 +46,9 @@ class ZQCORE27_EXPORT JTCSystemCallException : public std::exception {
 };
 
 /// Base of what JTCHandleT counts: the number of handles, 0 in a new object. The object is destroyed when its last
-/// handle goes. One that never had a handle, a local object among them, belongs to its maker. Threads: the count from
-/// any; the object itself as the subclass says.
+/// handle goes. One that never had a handle, a local object among them, belongs to its maker. The first handle is the
+/// creator's: a thread whose object may go on to have handles makes none of its own object before that.
+/// Threads: the count from any; the object itself as the subclass says.
 class ZQCORE27_EXPORT JTCRefCount : public FromLibraryHeap {
  public:
   JTCRefCount(const JTCRefCount&) = delete;
@@ -130,10 +131,10 @@ class ZQCORE27_EXPORT JTCInitialize {
 };
 
 /// A thread: a subclass overrides `run`. One object is one run of one thread.
-///             start            end of run    join              setPriority     destruction
-///   new       running          -             returns at once   no effect       allowed
-///   running   refused          ended         waits             sets it         only by the last handle, put off to the
-///   end ended     refused          -             returns at once   no effect       allowed
+///             start     end of run   join              setPriority   destruction
+///   new       running   -            returns at once   no effect     allowed
+///   running   refused   ended        waits             sets it       by the last handle, put off to the end
+///   ended     refused   -            returns at once   no effect     allowed
 /// A running thread keeps its object alive when the last handle goes. An object that never had a handle belongs to its
 /// maker, who joins it before destroying it. An exception out of `run` ends the thread and is dropped.
 /// Threads: any.
@@ -175,7 +176,7 @@ class ZQCORE27_EXPORT JTCThread : public virtual JTCRefCount {
 /// whose time is up before a notify takes none. A notify that finds nobody waiting isn't remembered. A wait ends by a
 /// notify or its timeout alone.
 /// Requires: the lock is held by the caller in notify, notifyAll and wait. Threads: any.
-class ZQCORE27_EXPORT ZQCORE27_CAPABILITY("monitor") JTCMonitor {
+class ZQCORE27_EXPORT ZQCORE27_CAPABILITY("monitor") JTCMonitor : public FromLibraryHeap {
  public:
   JTCMonitor();
   JTCMonitor(const JTCMonitor&) = delete;

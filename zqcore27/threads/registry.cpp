@@ -121,7 +121,7 @@ ThreadIDFlag* ThreadRegistry::get_id_flag_from_list(std::uint32_t id) {
 void ThreadRegistry::remove_id_flag_from_list(std::uint32_t id) {
   const auto found = std::find_if(fList.begin(), fList.end(), [id](const ThreadIDFlag* e) { return e->fId == id; });
   if (found == fList.end()) return;
-  if (*found == fMain) fMain = nullptr;
+  if (fMain != nullptr && fMain->fId == id) fMain = nullptr;
   delete *found;
   fList.erase(found);
 }

@@ -40,8 +40,8 @@ class ZQCORE27_EXPORT ThreadRegistry {
 
   /// One registration less. The entry stays, with its value and pointer, also at depth 0.
   void unregisterThread(std::uint32_t id);
-  /// Removes the entry, the older one where the main thread has two. If it was the main thread's entry, there is no
-  /// main thread until the next registerPAVOThread.
+  /// Removes the entry, the older one where the main thread has two. If `id` is the main thread's, there is no main
+  /// thread until the next registerPAVOThread, whichever entry went.
   void unregisterLIRAThread(std::uint32_t id);
   void increaseDepth(std::uint32_t id);
   void decreaseDepth(std::uint32_t id);

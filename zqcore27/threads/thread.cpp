@@ -12,8 +12,12 @@ class OrlanThread::Registration {
   explicit Registration(OrlanThread& thread) {
     const CoreHold hold;
     if (hold.core() == nullptr) return;
-    fId = hold.core()->fThreads->registerThread();
-    thread.fId.store(fId, std::memory_order_relaxed);
+    try {
+      fId = hold.core()->fThreads->registerThread();
+      thread.fId.store(fId, std::memory_order_relaxed);
+    } catch (...) {
+      // No memory for an entry: the thread does its work unregistered.
+    }
   }
   ~Registration() {
     if (fId == 0) return;

@@ -33,7 +33,8 @@ class ZQCORE27_EXPORT OrlanThread : public JTCThread {
   void join(void*);
   /// The calling thread's object; null on a thread of the host.
   static JTCThread* self();
-  /// The thread's id in the registry, from the time when it runs; 0 before, and when it started without a core.
+  /// The thread's id in the registry, from the time when it runs; 0 before, and when it started without a core or
+  /// there was no memory to register it.
   std::uint32_t id() const { return fId.load(std::memory_order_relaxed); }
   /// 0 is normal, higher is more urgent, -19 to 20. No effect before the start and after the end. Errors: ThreadError
   /// SYSTEM_CALL_FAILED outside the range, and where the process lacks the right.
