@@ -35,6 +35,8 @@
 #include "zqcore27/files/file.h"
 #include "zqcore27/files/file_bin_header.h"
 #include "zqcore27/files/file_locator.h"
+#include "zqcore27/floatfmt/fp_error.h"
+#include "zqcore27/floatfmt/fp_format.h"
 #include "zqcore27/strings/armour.h"
 #include "zqcore27/strings/nat_string.h"
 #include "zqcore27/strings/string.h"

@@ -1,0 +1,80 @@
+#pragma once
+
+// The forms that a stored number can have, as bits: a codec turns the word that lies in memory, read in host order,
+// into the bits of a host float or double and back. Values travel as bits, so that no NaN is quieted on the way.
+// Threads: any; no state.
+
+#include <bit>
+#include <cstdint>
+
+inline namespace zqcore27 {
+namespace floatfmt {
+
+static_assert(std::endian::native == std::endian::little, "marks and VAX words are given for little-endian hosts");
+
+constexpr std::uint32_t reverse(std::uint32_t v) { return __builtin_bswap32(v); }
+constexpr std::uint64_t reverse(std::uint64_t v) { return __builtin_bswap64(v); }
+
+/// VAX stores its 16-bit words from the top down: this puts the first one on top, and back.
+constexpr std::uint32_t reverseWords(std::uint32_t v) { return std::rotl(v, 16); }
+constexpr std::uint64_t reverseWords(std::uint64_t v) {
+  return std::uint64_t{reverseWords(static_cast<std::uint32_t>(v))} << 32 |
+         reverseWords(static_cast<std::uint32_t>(v >> 32));
+}
+
+// VAX single: sign, exponent and fraction stand where an IEEE single has them; the exponent is 2 larger.
+constexpr std::uint32_t VAX_SINGLE_TOO_SMALL = 0x00800000;  // read for exponents below 2, without the sign
+
+constexpr std::uint32_t fp_from_vax_single(std::uint32_t stored) {
+  const std::uint32_t bits = reverseWords(stored);
+  return (bits & 0x7F000000) != 0 ? bits - (2u << 23) : VAX_SINGLE_TOO_SMALL;
+}
+
+constexpr std::uint32_t fp_to_vax_single(std::uint32_t bits) {
+  const std::uint32_t exponent = (bits + (2u << 23)) & 0x7F800000;
+  return reverseWords((bits & 0x807FFFFF) | exponent);
+}
+
+// VAX double: sign, 8 bits of exponent, 55 of fraction, 3 more than an IEEE double has. They are dropped.
+constexpr std::uint64_t SIGN = std::uint64_t{1} << 63;
+
+constexpr std::uint64_t fp_from_vax_double(std::uint64_t stored) {
+  const std::uint64_t bits = reverseWords(stored);
+  const std::uint64_t exponent = ((bits >> 55) & 0xFF) + 894;
+  return (bits & SIGN) | exponent << 52 | ((bits >> 3) & 0xFFFFFFFFFFFFF);
+}
+
+constexpr std::uint64_t fp_to_vax_double(std::uint64_t bits) {
+  const std::uint64_t exponent = ((bits >> 52) - 126) & 0xFF;
+  return reverseWords((bits & SIGN) | exponent << 55 | ((bits << 3) & 0x7FFFFFFFFFFFFF));
+}
+
+/// At width 8 a codec's words are 64 bits, those of doubles; at width 4 32 bits, those of floats.
+template <typename Bits>
+struct HostOrder {
+  using Word = Bits;
+  static constexpr Word decode(Word stored) { return stored; }
+  static constexpr Word encode(Word bits) { return bits; }
+};
+
+template <typename Bits>
+struct Swapped {
+  using Word = Bits;
+  static constexpr Word decode(Word stored) { return reverse(stored); }
+  static constexpr Word encode(Word bits) { return reverse(bits); }
+};
+
+struct VaxSingle {
+  using Word = std::uint32_t;
+  static constexpr Word decode(Word stored) { return fp_from_vax_single(stored); }
+  static constexpr Word encode(Word bits) { return fp_to_vax_single(bits); }
+};
+
+struct VaxDouble {
+  using Word = std::uint64_t;
+  static constexpr Word decode(Word stored) { return fp_from_vax_double(stored); }
+  static constexpr Word encode(Word bits) { return fp_to_vax_double(bits); }
+};
+
+}  // namespace floatfmt
+}  // namespace zqcore27
