@@ -1,16 +1,25 @@
 #include "zqcore27/core/core.h"
 
 #include <gtest/gtest.h>
+#include <stdio.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "tests/support/catalogue_builder.h"
+#include "tests/support/temp_dir.h"
 #include "tests/support/text.h"
+#include "zqcore27/catalogue/cstr_enterprise.h"
+#include "zqcore27/errors/string_error.h"
+#include "zqcore27/files/file_locator.h"
 #include "zqcore27/threads/thread.h"
 
 namespace {
@@ -107,6 +116,16 @@ class OutlivesTheCore : public OrlanThread {
   static inline std::atomic<int> fRuns{0};
 };
 
+/// Death tests run in a process of their own, which leaves threads that nobody had the time to join.
+class OrlanCoreDeathTest : public testing::Test {
+ protected:
+  OrlanCoreDeathTest() {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const char* const options = std::getenv("TSAN_OPTIONS");
+    setenv("TSAN_OPTIONS", (std::string(options != nullptr ? options : "") + " report_thread_leaks=0").c_str(), 1);
+  }
+};
+
 // Threads come and go on all sides while the exit step takes the core away.
 [[noreturn]] void exitAmongThreads() {
   for (int i = 0; i < 3; ++i) {
@@ -124,12 +143,85 @@ class OutlivesTheCore : public OrlanThread {
   std::exit(0);
 }
 
-TEST(OrlanCoreDeathTest, ThreadsMayOutliveTheCore) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  // The child leaves threads that nobody had the time to join.
-  const char* const options = std::getenv("TSAN_OPTIONS");
-  setenv("TSAN_OPTIONS", (std::string(options != nullptr ? options : "") + " report_thread_leaks=0").c_str(), 1);
+TEST_F(OrlanCoreDeathTest, ThreadsMayOutliveTheCore) {
   EXPECT_EXIT(exitAmongThreads(), testing::ExitedWithCode(0), "");
+}
+
+constexpr std::uint32_t WORDED = 0x04010001;
+constexpr char WORDS[] = "words of a catalogue that must not go while they are read";
+
+/// An error with words: the catalogue's, or the library's own where the core has gone.
+void wordAnError(CStrEnterprise& texts) {
+  const StringError error(WORDED, false);
+  const std::string words = utf8(String(error.description(&texts)));
+  if (words != WORDS && words != "Error in obtaining description of previous error.") std::abort();
+}
+
+void makeALocator() {
+  const FileLocator locator(String("one/two.three"));
+  if (utf8(locator.name()) != "two" || utf8(locator.extension()) != "three") std::abort();
+}
+
+// The host's threads go on with their work while the core goes.
+[[noreturn]] void exitAmongWorkingThreads() {
+  static std::atomic<int> rounds[4];
+  static CStrEnterprise& texts = *new CStrEnterprise(nullptr, String(), nullptr);
+  for (std::atomic<int>& done : rounds) {
+    std::thread([&done, words = &done < rounds + 2] {
+      for (;; done.fetch_add(1), done.notify_all()) words ? wordAnError(texts) : makeALocator();
+    }).detach();
+  }
+  for (std::atomic<int>& done : rounds) {
+    for (int seen = done; seen < 20; seen = done) done.wait(seen);
+  }
+  std::exit(0);
+}
+
+TEST_F(OrlanCoreDeathTest, ThreadsMayWordErrorsAndMakeLocatorsMeanwhile) {
+  std::optional<TempDir> directory;
+  if (std::getenv("tavio_language") == nullptr) {  // the child has it from its parent
+    CatalogueBuilder catalogue;
+    catalogue.texts[WORDED] = std::u16string(std::begin(WORDS), std::end(WORDS) - 1);
+    directory.emplace().write("strings_401_.cst", catalogue.bytes());
+    setenv("tavio_language", directory->path().c_str(), 1);
+  }
+  for (int run = 0; run < 20; ++run) {
+    SCOPED_TRACE(run);
+    ASSERT_EXIT(exitAmongWorkingThreads(), testing::ExitedWithCode(0), "");
+  }
+  unsetenv("tavio_language");
+}
+
+/// What is written to the stream here arrives behind all exit steps, when the runtime flushes its streams.
+[[noreturn]] void exitAndTellWhetherTheCoreIsThere(bool held) {
+  if (held) gCore->use();
+  cookie_io_functions_t functions{};
+  functions.write = [](void*, const char*, std::size_t) -> ssize_t { _exit(gCore == nullptr ? 3 : 4); };
+  std::fputs("late", fopencookie(nullptr, "w", functions));
+  std::exit(0);
+}
+
+TEST_F(OrlanCoreDeathTest, ExitStepGivesUpTheFirstHoldAlone) {
+  EXPECT_EXIT(exitAndTellWhetherTheCoreIsThere(false), testing::ExitedWithCode(3), "");
+  EXPECT_EXIT(exitAndTellWhetherTheCoreIsThere(true), testing::ExitedWithCode(4), "");
+}
+
+// The child has none of the threads that hold locks.
+[[noreturn]] void exitInAForkedChild() {
+  std::thread([] { gCore->fCatalogueLock->read_lock(); }).join();
+  const pid_t child = fork();
+  if (child == 0) {
+    alarm(60);
+    std::exit(0);
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  gCore->fCatalogueLock->read_unlock();
+  std::exit(WIFEXITED(status) ? WEXITSTATUS(status) : 1);
+}
+
+TEST_F(OrlanCoreDeathTest, ForkedChildExitsWhateverIsLocked) {
+  EXPECT_EXIT(exitInAForkedChild(), testing::ExitedWithCode(0), "");
 }
 
 TEST(VersionTest, WordsItsFields) {

@@ -28,6 +28,9 @@ int main() {
   ErrorErrorInsert* insert = new ErrorErrorInsert(error);
   delete insert->duplicate();
   delete insert;
+  OrlanMutex mutex;
+  delete new OrlanCondition(&mutex);
+  delete new JTCMonitor;
   error.description(nullptr);
   if (gAllocations != 0) return std::puts("the library took memory from the host's heap"), 1;
 

@@ -127,6 +127,63 @@ TEST(OrlanConditionTest, SignalEndsATimedWaitEarly) {
   waiter.join();
 }
 
+TEST(OrlanConditionTest, WaiterTakesTheMonitorBeforeItGivesTheMutexUp) {
+  for (const bool timed : {false, true}) {
+    SCOPED_TRACE(timed);
+    OrlanMutex mutex;
+    OrlanCondition condition(&mutex);
+    std::atomic<bool> got{false};
+    std::unique_ptr<HostThread> waiter, third;
+    {
+      const OrlanSynchronized monitor(condition);
+      waiter = std::make_unique<HostThread>([&] {
+        const OrlanSynchronized hold(mutex);
+        timed ? condition.wait(INT32_MAX) : condition.wait();
+      });
+      waiter->waitUntilAsleep();  // for the monitor
+      third = std::make_unique<HostThread>([&] {
+        const OrlanSynchronized hold(mutex);
+        got = true;
+      });
+      third->waitUntilAsleepOr(got);
+      EXPECT_FALSE(got);
+    }
+    third->join();
+    condition.signal();
+    waiter->join();
+  }
+}
+
+TEST(JTCMonitorTest, WaitGivesUpALockHeldTwiceAndHoldsItTwiceAgain) {
+  for (const bool timed : {false, true}) {
+    SCOPED_TRACE(timed);
+    JTCMonitor monitor;
+    bool waiting = false;
+    HostThread waiter([&]() ZQCORE27_NO_THREAD_SAFETY_ANALYSIS {
+      monitor.lock(false);
+      monitor.lock(false);
+      waiting = true;
+      timed ? monitor.wait(INT32_MAX) : monitor.wait();
+      monitor.unlock();
+      std::atomic<bool> got{false};
+      HostThread other([&] {
+        const OrlanSynchronized hold(monitor);
+        got = true;
+      });
+      other.waitUntilAsleepOr(got);
+      EXPECT_FALSE(got);
+      monitor.unlock();
+      other.join();
+    });
+    for (bool seen = false; !seen; std::this_thread::yield()) {
+      const OrlanSynchronized hold(monitor);
+      seen = waiting;
+      if (seen) monitor.notify();
+    }
+    waiter.join();
+  }
+}
+
 TEST(JTCMonitorTest, WaiterWhoseTimeIsUpLeavesTheNotifyToOthers) {
   JTCMonitor monitor;
   int waiting = 0;

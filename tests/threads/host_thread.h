@@ -25,6 +25,12 @@ class HostThread {
   }
   void join() { fThread.join(); }
   std::uint32_t id() const { return fId; }
+  /// Waits until the thread sleeps, or `done`.
+  void waitUntilAsleepOr(const std::atomic<bool>& done) const {
+    for (ThreadProbe probe; !done && !(probe.state == 'S' && probe.sleeps != 0); probe = ThreadProbe::of(fId)) {
+      std::this_thread::yield();
+    }
+  }
   std::uint64_t waitUntilAsleep(std::uint64_t sleeps = 0) const { return ::waitUntilAsleep(fId, sleeps); }
 
  private:

@@ -12,11 +12,13 @@ namespace {
 /// A thread that asks for the lock, and gives it up again when it has it.
 class Asking {
  public:
-  Asking(ReadWriteLock& lock, bool write)
-      : fThread([this, &lock, write] {
+  /// A reader stays until leave(), a writer only if it is told to.
+  Asking(ReadWriteLock& lock, bool write, bool stay = false)
+      : fThread([this, &lock, write, stay] {
           if (write) {
             const OrlanSynchronizedWrite hold(lock);
             enter();
+            if (stay) fLeave.wait(false);
           } else {
             const OrlanSynchronizedRead hold(lock);
             enter();
@@ -68,6 +70,24 @@ TEST(ReadWriteLockTest, WriterSleepsUntilTheLastReaderHasGone) {
   EXPECT_FALSE(writer.entered());
   lock.read_unlock();
   writer.waitUntilEntered();
+}
+
+TEST(ReadWriteLockTest, LastReaderWakesOneWriterAlone) {
+  for (int round = 0; round < 20; ++round) {
+    ReadWriteLock lock;
+    lock.read_lock();
+    Asking a(lock, true, true), b(lock, true, true);
+    const std::uint64_t sleeps[] = {a.waitUntilBlocked(), b.waitUntilBlocked()};
+    lock.read_unlock();
+    while (!a.entered() && !b.entered()) std::this_thread::yield();
+    std::this_thread::yield();
+    Asking& first = a.entered() ? a : b;
+    Asking& other = a.entered() ? b : a;
+    EXPECT_EQ(other.sleeps(), sleeps[&other == &b]);  // not woken since
+    EXPECT_FALSE(other.entered());
+    first.leave();
+    other.waitUntilEntered();
+  }
 }
 
 TEST(ReadWriteLockTest, AllWaitingReadersEnterWhenTheWriterLeaves) {

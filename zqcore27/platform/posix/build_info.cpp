@@ -13,7 +13,13 @@
 inline namespace zqcore27 {
 
 BuildInfo buildInfo() {
-  return {ZQCORE27_PROCESSOR, "Linux", "(Linux " ZQCORE27_PROCESSOR " build)", __DATE__, __TIME__, '/', '.'};
+  return {ZQCORE27_PROCESSOR,
+          "Linux",
+          "(Linux " ZQCORE27_PROCESSOR " build)",
+          ZQCORE27_BUILD_DATE,
+          ZQCORE27_BUILD_TIME,
+          '/',
+          '.'};
 }
 
 }  // namespace zqcore27
