@@ -92,6 +92,9 @@ TEST(SupaBlockTest, RemembersTheLastHitOfAScan) {
   EXPECT_EQ(Inspector::lastHit(s), Inspector::superBlocks(s).back().get());
   s.getBlock(20);
   EXPECT_EQ(Inspector::lastHit(s), nullptr);
+  s.getBlock(0);
+  s.deleteBlock(1);
+  EXPECT_EQ(Inspector::lastHit(s), nullptr);
 }
 
 TEST(SupaBlockTest, GrowsPastTheEnd) {
@@ -131,6 +134,28 @@ TEST(SupaBlockTest, GrowsPastTheEnd) {
                                         << shapes.back().used << ' ' << shapes.back().body;
     EXPECT_NO_THROW(Inspector::handles(s));
     EXPECT_TRUE(cache.events.empty());
+  }
+}
+
+TEST(SupaBlockTest, GrowsABodyByItsMargins) {
+  const struct {
+    int line;
+    std::uint32_t maxBody;
+    bool inserts;
+    std::size_t size;
+    std::uint32_t body;
+  } ROWS[] = {{__LINE__, 3000, true, 8, 92 + 12 + 12 + 1024},
+              {__LINE__, 200, true, 8, 200},  // capped
+              {__LINE__, 3000, false, 100, 96 + 12 + 1024},
+              {__LINE__, 200, false, 100, 96 + 12 + 1024}};  // not capped
+  for (const auto& row : ROWS) {
+    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
+    SupaBlock s(BOTH, hintsOf(row.maxBody, 16, 4, 8, 0));  // a target of 96
+    insertText(s, 0, std::string(88, 'a'));
+    EXPECT_TRUE(row.inserts ? insertText(s, 0, std::string(row.size, 'b'))
+                            : replaceText(s, 0, std::string(row.size, 'b')));
+    ASSERT_EQ(Inspector::superBlocks(s).size(), 1u);
+    EXPECT_EQ(Inspector::superBlocks(s)[0]->get_body_size(), row.body);
   }
 }
 

@@ -51,6 +51,8 @@ class SupaBlockInspector {
       check_body(s, *sb, all);
       next = sb->fLast + 1;
     }
+    require(std::ranges::equal(s.fLasts, s.fSuperBlocks, {}, {}, [](const auto& sb) { return sb->fLast; }),
+            "the search sees the ends of the superblocks");
     require(s.getSize() == next, "the size is one above the last index");
     const bool linear = (s.fFlags & SupaBlock::SB_LINEAR) != 0;
     require(s.fLastSB == nullptr || (linear && listed(s, s.fLastSB)), "the last hit is a superblock of a linear store");

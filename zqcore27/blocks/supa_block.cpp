@@ -16,6 +16,7 @@ SupaBlock::SupaBlock(Flags flags, const SupaBlockHints& hints) : fFlags(flags), 
   adjust_hints();
   fIterators.reserve(4);
   fSuperBlocks.reserve(20);
+  fLasts.reserve(20);
 }
 
 SupaBlock::~SupaBlock() {
@@ -82,15 +83,15 @@ SupaBlockHeader* SupaBlock::linear_idx_search(std::int32_t idx) {
 /// Position of the first superblock that ends at `idx` or behind it; the number of superblocks if none does. Emptied
 /// superblocks end where the one before them does, and are passed over.
 std::size_t SupaBlock::position_at_or_behind(std::int32_t idx) const {
-  const auto* first = fSuperBlocks.data();
-  std::size_t count = fSuperBlocks.size();
-  while (count > 0) {
+  const std::int32_t* first = fLasts.data();
+  std::size_t count = fLasts.size();
+  if (count == 0) return 0;
+  while (count > 1) {  // no branch but the loop's own: look-ups at random places don't wait for each other
     const std::size_t half = count / 2;
-    const bool below = first[half]->fLast < idx;
-    first = below ? first + half + 1 : first;
-    count = below ? count - half - 1 : half;
+    first += static_cast<std::size_t>(first[half - 1] < idx) * half;
+    count -= half;
   }
-  return static_cast<std::size_t>(first - fSuperBlocks.data());
+  return static_cast<std::size_t>(first - fLasts.data()) + static_cast<std::size_t>(*first < idx);
 }
 
 /// Requires: `sb` is in the list and holds a block.

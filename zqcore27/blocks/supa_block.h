@@ -156,6 +156,8 @@ class ZQCORE27_EXPORT SupaBlock : public FromLibraryHeap {
                                           std::uint32_t body, bool commission_both);
   void grow_body(SupaBlockHeader* sb, std::uint64_t size);
   void commission_superblock(SupaBlockHeader* sb);
+  void reserve_in_list();
+  void list_superblock(std::size_t at, std::unique_ptr<SupaBlockHeader> sb);
 
   // Notices.
   void impact_all(SupaBlockHeader& sb, unsigned char* at, std::int32_t idx);
@@ -172,10 +174,11 @@ class ZQCORE27_EXPORT SupaBlock : public FromLibraryHeap {
   std::uint32_t fDirMask = 0;                                  // (1 << fDirShift) - 1
   std::uint32_t fTargetBody = 0;                               // bytes in the body of a new superblock, a multiple of 4
   std::vector<std::unique_ptr<SupaBlockHeader>> fSuperBlocks;  // in index order
-  SupaBlockHeader* fLastSB = nullptr;                          // last hit of the scan; a cache
-  std::vector<SupaBlockIterator*> fIterators;                  // registered here
-  SupaBlockHeader* fUnsettled = nullptr;  // during the impact of a resize: its sizes and bytes disagree
-  bool fImpacting = false;                // an impact event is being sent
+  std::vector<std::int32_t> fLasts;            // fLast of each superblock: the search by halves reads these alone
+  SupaBlockHeader* fLastSB = nullptr;          // last hit of the scan; a cache
+  std::vector<SupaBlockIterator*> fIterators;  // registered here
+  SupaBlockHeader* fUnsettled = nullptr;       // during the impact of a resize: its sizes and bytes disagree
+  bool fImpacting = false;                     // an impact event is being sent
 };
 
 }  // namespace zqcore27

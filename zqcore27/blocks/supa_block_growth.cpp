@@ -25,6 +25,7 @@ SupaBlockHeader* SupaBlock::append_blocks(std::int32_t idx, std::uint32_t size) 
   if (placed) set_block_size(end + (count - 1) * 4, size);
   last->fUsed += static_cast<std::uint32_t>(count * 4 + (placed ? size : 0));
   last->fLast += static_cast<std::int32_t>(count);
+  fLasts.back() = last->fLast;
   return placed ? last : insert_superblock(idx, size);
 }
 
@@ -60,7 +61,8 @@ SupaBlockHeader* SupaBlock::add_superblocks(std::int32_t idx, std::uint32_t size
     sb->fUsed = static_cast<std::uint32_t>(used);
     if (placed) set_block_size(*sb->fBody + (count - 1) * 4, size);
     last = sb->fLast;
-    fSuperBlocks.push_back(std::move(sb));
+    reserve_in_list();
+    list_superblock(fSuperBlocks.size(), std::move(sb));
   }
   return fSuperBlocks.back().get();
 }
@@ -107,7 +109,7 @@ std::uint32_t SupaBlock::body_for_moved(std::uint32_t tail, std::uint64_t limit)
 SupaBlockHeader* SupaBlock::move_to_new_superblock(SupaBlockHeader* sb, unsigned char* from, std::int32_t idx,
                                                    std::uint32_t body, bool commission_both) {
   auto fresh = std::make_unique<SupaBlockHeader>(static_cast<std::int32_t>(body));
-  if (fSuperBlocks.size() == fSuperBlocks.capacity()) fSuperBlocks.reserve(fSuperBlocks.size() * 2);
+  reserve_in_list();
   impact_all(*sb, from, idx);
   commission_superblock(fresh.get());
   if (commission_both) commission_superblock(sb);
@@ -121,7 +123,21 @@ SupaBlockHeader* SupaBlock::move_to_new_superblock(SupaBlockHeader* sb, unsigned
   sb->fLast = idx - 1;
   sb->fUsed -= tail;
   MemAllocator::zero(from, tail);
-  return fSuperBlocks.insert(fSuperBlocks.begin() + static_cast<std::ptrdiff_t>(at) + 1, std::move(fresh))->get();
+  fLasts[at] = sb->fLast;
+  list_superblock(at + 1, std::move(fresh));
+  return fSuperBlocks[at + 1].get();
+}
+
+/// Makes room for one more superblock, so that listing it can't fail.
+void SupaBlock::reserve_in_list() {
+  const std::size_t needed = fSuperBlocks.size() + 1;
+  if (needed > fSuperBlocks.capacity()) fSuperBlocks.reserve(needed * 2);
+  if (needed > fLasts.capacity()) fLasts.reserve(needed * 2);
+}
+
+void SupaBlock::list_superblock(std::size_t at, std::unique_ptr<SupaBlockHeader> sb) {
+  fLasts.insert(fLasts.begin() + static_cast<std::ptrdiff_t>(at), sb->fLast);
+  fSuperBlocks.insert(fSuperBlocks.begin() + static_cast<std::ptrdiff_t>(at), std::move(sb));
 }
 
 /// Gives `sb` a body of `size` bytes, at most the largest there is. Requires: `size` is above the body's size.

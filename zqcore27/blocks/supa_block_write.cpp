@@ -150,6 +150,8 @@ bool SupaBlock::deleteBlock(std::int32_t idx) {
 void SupaBlock::renumber(const SupaBlockHeader& sb, std::int32_t by) {
   const std::size_t at = position_of(sb);
   fSuperBlocks[at]->fLast += by;
+  std::for_each(fLasts.begin() + static_cast<std::ptrdiff_t>(at), fLasts.end(),
+                [by](std::int32_t& last) { last += by; });
   std::for_each(fSuperBlocks.begin() + static_cast<std::ptrdiff_t>(at) + 1, fSuperBlocks.end(), [by](auto& later) {
     later->fFirst += by;
     later->fLast += by;
