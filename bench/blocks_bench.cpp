@@ -44,7 +44,7 @@ SupaBlockHints hints() {
   return h;
 }
 
-/// The least that each workload can do: the same operations, with a bare copy for the container.
+/// The store and the containers behind one set of operations.
 struct Store {
   SupaBlock store{SupaBlock::SB_DIRECTORY, hints()};
   void insert(int i, const std::string& b) {
