@@ -48,6 +48,7 @@ TEST(CStrTest, PutsValuesWhereTheMarksStand) {
     catalogue.build(out, 7, one.begin(), two.begin(), none, four.begin());
     EXPECT_EQ(utf8(out), row.built);
   }
+  catalogue.texts[7] = u"\u00131";
   String out("old");
   CStr& front = catalogue;
   front.build(out, std::uint32_t{7});

@@ -52,7 +52,6 @@ TEST_F(EntCStrFileTest, FallsBackFromTheLanguageToEnglish) {
       {__LINE__, "deu", {"P_.cst", "P__en.cst"}, "P_.cst", ""},
       {__LINE__, "deu", {"P__en.cst"}, "P__en.cst", "en"},
       {__LINE__, "deu", {"P__fr.cst"}, nullptr, nullptr},
-      {__LINE__, "deu", {}, nullptr, nullptr},
       {__LINE__, "de", {"P__deu.cst", "P__de.cst"}, "P__de.cst", "DE"},
       {__LINE__, "", {"P__deu.cst", "P__de.cst"}, "P__deu.cst", "deu"},  // the user's own
       {__LINE__, "jpn", {"P__jpn.cst", "P__jp.cst"}, "P__jpn.cst", "jpn"},
@@ -115,6 +114,8 @@ TEST_F(EntCStrFileTest, TheCodeIsInTheName) {
 TEST_F(EntCStrFileTest, TheListGrowsByWhatIsNewOnly) {
   const std::size_t before = catalogues();
   EXPECT_EQ(gCore->getCStr(0x401, nullptr, String("fr")), nullptr);
+  writeCatalogue("strings_401_.cst", 0x401, "2.7.B");
+  EXPECT_EQ(gCore->getCStr(0x401, nullptr, String("fr")), nullptr) << "of another version than the library";
   EXPECT_EQ(catalogues(), before) << "a failure leaves no entry";
   writeCatalogue("strings_401__de.cst", 0x401);
   writeCatalogue("strings_401__en.cst", 0x401);

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tests/support/temporary_directory.h"
+#include "tests/support/temp_dir.h"
 #include "tests/support/text.h"
 #include "zqcore27/config/config.h"
 #include "zqcore27/config/config_error.h"
@@ -27,7 +27,7 @@ class BytesFile {
   FileLocator locator() const { return FileLocator(String::fromUTF8(fPath.string())); }
 
  private:
-  TemporaryDirectory fDirectory;
+  TempDir fDirectory;
   std::filesystem::path fPath;
 };
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -213,6 +214,17 @@ TEST(FileLocatorTest, ListingTellsFailureFromNothing) {
   EXPECT_TRUE(FileLocator(String((dir / "x.none").c_str())).listFiles(out));
   EXPECT_FALSE(FileLocator(String((dir / "missing/x.none").c_str())).listFiles(out));
   EXPECT_FALSE(FileLocator(String((dir / "file/x.none").c_str())).listFiles(out));
+  FileLocator f(String((dir / "x.none").c_str()));
+  f.setExtension(String(std::u16string_view(u"\0x", 2)));
+  EXPECT_FALSE(f.listFiles(out)) << "an extension isn't cut at a zero unit";
+  f.setExtension(String(u"\u00e4"));
+  setACPid(1);  // no code page has this number
+  EXPECT_FALSE(f.listFiles(out)) << "an extension that can't be converted isn't an empty one";
+  setACPid(65001);
+  f.setExtension(String());
+  String location(f.location());
+  f.setLocation(location += String(std::u16string_view(u"\0x", 2)));
+  EXPECT_FALSE(f.listFiles(out)) << "nor is a location cut";
   ASSERT_EQ(out.size(), 1u);
   EXPECT_EQ(utf8(out[0]), "kept");
 }

@@ -7,7 +7,10 @@
 
 #include <atomic>
 #include <filesystem>
+#include <iterator>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -22,6 +25,11 @@ namespace {
 [[maybe_unused]] const bool gNativeTextIsUTF8 = (setACPid(65001), true);
 
 FileLocator locator(const std::string& path) { return FileLocator(String(path.c_str())); }
+
+/// Open descriptors of the process, that of the walk included.
+auto descriptors() {
+  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
+}
 
 /// Each line in brackets, T or F behind it for the result; stops at the first false.
 std::string lines(File& file) {
@@ -60,6 +68,7 @@ TYPED_TEST(AnyFileTest, OpenSaysWhy) {
   EXPECT_EQ(file.getError(), 1) << "a new object reports a failed access";
   const std::string there = this->dir.write("there.txt", "x");
   const std::string link = this->dir / "link";
+  const auto before = descriptors();
   std::filesystem::create_directory(this->dir / "sub");
   std::filesystem::create_symlink(this->dir / "sub", link);
   const struct {
@@ -88,6 +97,33 @@ TYPED_TEST(AnyFileTest, OpenSaysWhy) {
     EXPECT_TRUE(file.close());
     EXPECT_TRUE(file.close());
     EXPECT_EQ(file.getError(), row.error) << "close leaves the error";
+    EXPECT_EQ(descriptors(), before);
+  }
+  EXPECT_TRUE(this->open(*std::make_unique<TypeParam>(), there, 17));
+  EXPECT_EQ(descriptors(), before) << "the destructor closes";
+}
+
+TYPED_TEST(AnyFileTest, RefusesPathsThatWouldNameAnotherFile) {
+  using namespace std::literals;
+  static const struct {
+    int line;
+    unsigned int codePage;
+    std::u16string_view tail;
+  } ROWS[] = {{__LINE__, 65001, u"\0"sv},
+              {__LINE__, 65001, u"\0\u20ac"sv},  // more bytes than units
+              {__LINE__, 1, u"\u00e4"sv}};       // no code page has this number
+  const std::string there = this->dir.write("name", "kept");
+  for (const auto& row : ROWS) {
+    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
+    String path(there.c_str());
+    path += String(row.tail);
+    TypeParam file;
+    setACPid(row.codePage);
+    const auto result = file.open(FileLocator(path), TypeParam::MODE_WRITE);
+    setACPid(65001);
+    EXPECT_EQ(static_cast<int>(result), (std::is_same_v<TypeParam, File> ? 0 : -1));
+    EXPECT_EQ(file.getError(), 1);
+    EXPECT_EQ(this->dir.read("name"), "kept");
   }
 }
 
@@ -265,6 +301,11 @@ TEST(BasicFileTest, ResultsOfOpenAndStell) {
   EXPECT_TRUE(file.seek(2, BasicFile::SEEK_FROM_START));
   EXPECT_EQ(file.stell(), 2u);
   EXPECT_EQ(file.open(locator(dir / "x"), BasicFile::MODE_READ), descriptor) << "the open file was closed first";
+  EXPECT_TRUE(file.seek(0x7FFFFFFF, BasicFile::SEEK_FROM_START));
+  EXPECT_TRUE(file.seek(0x7FFFFFFF, BasicFile::SEEK_FROM_CURRENT));
+  EXPECT_EQ(file.stell(), 0xFFFFFFFEu);
+  EXPECT_TRUE(file.seek(0x7FFFFFFF, BasicFile::SEEK_FROM_CURRENT));
+  EXPECT_EQ(file.stell(), 0xFFFFFFFFu) << "beyond 32 bits";
 }
 
 TEST(FileTest, ReadsLinesWithEveryEnd) {
@@ -360,6 +401,8 @@ TEST(FileTest, WritesTextAndBytes) {
   EXPECT_EQ(file.getChr(), -1);
   EXPECT_FALSE(file.putChr('x')) << "open for reading only";
   EXPECT_EQ(file.getError(), 1);
+  EXPECT_TRUE(file.write(String()));
+  EXPECT_FALSE(file.writeLine(String())) << "the line end counts too";
 }
 
 TEST(FileTest, WhatTheDiskRefusesShows) {

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <new>
+#include <vector>
 
 #include "zqcore27/zqcore27.h"
 
@@ -33,6 +34,16 @@ int main() {
   delete new JTCMonitor;
   error.description(nullptr);
   if (gAllocations != 0) return std::puts("the library took memory from the host's heap"), 1;
+
+  // The names of a listing come into a vector of the host, whoever makes the call.
+  std::vector<String> names;
+  const FileLocator here(String("x."));
+  const FileLocator* const volatile locator = &here;
+  const FileLocator& unknown = *locator;
+  if (!unknown.listFiles(names) || names.size() < 2 || gAllocations == 0) {
+    return std::puts("a listing grew on the library's heap"), 1;
+  }
+  gAllocations = 0;
 
   delete new int(0);
   const std::string utf8 = text.toUTF8();

@@ -23,7 +23,8 @@ class ZQCORE27_EXPORT CStrEnterprise : public CStr {
   ~CStrEnterprise() override;
 
   /// The text, or null. Errors: CStrError 7, not fatal, without a detail, if the handle's catalogue can't be loaded: a
-  /// failure isn't remembered, each call searches again. CStrError 3, 4, 5 as CStrFile::get.
+  /// failure isn't remembered, each call searches again. CStrError 3, 4, 5 and std::bad_alloc as CStrFile::get;
+  /// MemError.
   const std::uint16_t* get(std::uint32_t handle) override;
 
  private:

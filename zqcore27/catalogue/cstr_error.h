@@ -28,7 +28,8 @@ class ZQCORE27_EXPORT CStrError : public Error {
     CSTR_ERR_BAD_HANDLE = 5,
     /// A text holds a substitution mark without a digit 1 to 8; fatal. Remedy: correct the catalogue.
     CSTR_ERR_BAD_PARAMETER = 6,
-    /// No catalogue can be opened; the detail is the path of the last try, or empty where several names were tried.
+    /// No catalogue can be opened. The detail is the path of the last try, the path of the locator where there was no
+    /// directory to try, or empty where several names were tried.
     CSTR_ERR_NO_FILE = 7,
     /// The file is shorter than the smallest catalogue, 2560 bytes. The detail of this and of 10 and 11 is its name.
     CSTR_ERR_TOO_SMALL = 8,

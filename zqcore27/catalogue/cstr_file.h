@@ -34,9 +34,11 @@ class ZQCORE27_EXPORT CStrFile : public CStr {
   /// The handle that no file has.
   static constexpr std::uint32_t NO_TEXT = 0xE000FCDE;
 
-  /// A file of any version.
+  /// A file of any version. Errors: as below.
   CStrFile(HINSTANCE module, const FileLocator& f);
-  /// A file of this version, of which 6 bytes count; empty text accepts any. Errors: CStrError 7 to 15, not fatal.
+  /// A file of this version, of which 6 bytes count; empty text accepts any. Errors: CStrError 7 to 15, not fatal;
+  /// MemError. The detail of CStrError 7 is the path that was tried last, that of `f` where no directory could be
+  /// tried.
   CStrFile(HINSTANCE module, const FileLocator& f, const String& version);
   CStrFile(const CStrFile&) = delete;
   CStrFile& operator=(const CStrFile&) = delete;
@@ -44,7 +46,8 @@ class ZQCORE27_EXPORT CStrFile : public CStr {
 
   /// The text of `handle`; null where its page has no such text or can't be read. After a failed read the next call
   /// tries again; each failure costs the memory of a page until the object goes. Errors: CStrError, not fatal: 3 for
-  /// NO_TEXT, 4 for a handle below the first or above the last of the file, 5 for one in a gap between pages.
+  /// NO_TEXT, 4 for a handle below the first or above the last of the file, 5 for one in a gap between pages;
+  /// std::bad_alloc where there is no memory for a page.
   const std::uint16_t* get(std::uint32_t handle) override;
 
  private:

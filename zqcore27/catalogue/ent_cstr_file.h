@@ -26,7 +26,7 @@ class CStrFile;
 class ZQCORE27_EXPORT EntCStrFile : public CStr {
  public:
   /// An empty locale stands for the user's language. A file of another version doesn't fit; an empty version accepts
-  /// any. Errors: CStrError 7, not fatal, without a detail, if no file fits.
+  /// any. Errors: CStrError 7, not fatal, without a detail, if no file fits; MemError.
   EntCStrFile(HINSTANCE module, std::uint16_t code, const String& locale, const String& prefix, const String& version);
   EntCStrFile(const EntCStrFile&) = delete;
   EntCStrFile& operator=(const EntCStrFile&) = delete;

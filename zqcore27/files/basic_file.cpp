@@ -35,22 +35,20 @@ BasicFile::BasicFile() = default;
 BasicFile::~BasicFile() { close(); }
 
 int BasicFile::open(const FileLocator& f, Mode m) {
-  fError = FILE_ERR_NONE;
+  fError = FILE_ERR_ACCESS;  // until the file is open, also where the conversion of the path raises
   const std::uint32_t access = m & 15;
-  if (!close() || f.name().size() == 0) {
-    fError = FILE_ERR_ACCESS;
-    return -1;
-  }
+  if (!close() || f.name().size() == 0) return -1;
   if (access < MODE_READ || access > MODE_UPDATE) {
     fError = FILE_ERR_MODE;
     return 0;
   }
   platform::OpenFlags flags = flagsOf(access);
   flags.binary = (m & MODE_BINARY) != 0;
-  const NatString path(NativeFileLocator(f.path()).path());
+  NatString path;
+  if (!toNativePath(NativeFileLocator(f.path()).path(), path)) return -1;
   fHandle = platform::openFile(path.begin(), flags);
   fOpen = fHandle >= 0;
-  if (!fOpen) fError = FILE_ERR_ACCESS;
+  if (fOpen) fError = FILE_ERR_NONE;
   return fHandle;
 }
 

@@ -12,15 +12,17 @@ inline namespace zqcore27 {
 /// An unbuffered file on a descriptor. Failures show in results; getError keeps the last error, which only open clears.
 /// States: closed, from construction or close; open, from a successful open. On a closed file close is true, and all
 /// else fails: false, 0xFFFFFFFF from stell and size.
-/// The path is opened in the platform's encoding: a character that this lacks becomes `?`. Directories are refused. A
-/// new file may be read and written as the process's umask allows. The file isn't inherited by programs started.
-/// Errors: nothing but MemError. Threads: lockedSeekAndRead from any number of threads at once, with nothing else
-/// beside it; all else one at a time.
+/// The path is opened in the platform's encoding: a character that this lacks becomes `?`. A path that holds a zero
+/// unit is refused and, in a code page that isn't here, one with characters beyond ASCII: both would open another file.
+/// Directories are refused. A new file may be read and written as the process's umask allows. The file isn't inherited
+/// by programs started.
+/// Errors: nothing but MemError from open, which leaves it closed with FILE_ERR_ACCESS. Threads: lockedSeekAndRead from
+/// any number of threads at once, with nothing else beside it; all else one at a time.
 class ZQCORE27_EXPORT BasicFile : public FromLibraryHeap {
  public:
   enum Error : int {
     FILE_ERR_NONE = 0,
-    /// Not opened yet, or the platform couldn't open the file.
+    /// Not opened yet, or the file couldn't be opened.
     FILE_ERR_ACCESS = 1,
     /// open was called with a bad mode.
     FILE_ERR_MODE = 2,
@@ -56,7 +58,7 @@ class ZQCORE27_EXPORT BasicFile : public FromLibraryHeap {
   BasicFile& operator=(const BasicFile&) = delete;
 
   /// Opens what `f` names and returns the descriptor, which the object keeps. -1 if `f` has an empty name (an extension
-  /// alone is none) or the platform can't open it. A bad mode gives 0, the number of an ordinary descriptor: look at
+  /// alone is none) or it can't be opened. A bad mode gives 0, the number of an ordinary descriptor: look at
   /// getError. An open file is closed first, and if that fails the result is -1 with FILE_ERR_ACCESS.
   int open(const FileLocator& f, Mode m);
   /// False if the platform reports a loss; closed in any case. The last error stays.

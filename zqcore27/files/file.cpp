@@ -42,21 +42,21 @@ File::File() = default;
 File::~File() { close(); }
 
 bool File::open(const FileLocator& f, Mode m) {
-  fError = FILE_ERR_NONE;
+  fError = FILE_ERR_ACCESS;  // until the file is open, also where the conversion of the path raises
   const std::uint32_t access = m & 15;
-  if (!close() || f.name().size() == 0) {
-    fError = FILE_ERR_ACCESS;
-  } else if (access < MODE_READ || access > MODE_UPDATE) {
+  if (!close() || f.name().size() == 0) return false;
+  if (access < MODE_READ || access > MODE_UPDATE) {
     fError = FILE_ERR_MODE;
-  } else {
-    platform::OpenFlags flags = flagsOf(access);
-    flags.binary = (m & MODE_BINARY) != 0;
-    const NatString path(NativeFileLocator(f.path()).path());
-    fFile = platform::Stream::open(path.begin(), flags);
-    fOpen = fFile != nullptr;
-    if (!fOpen) fError = FILE_ERR_ACCESS;
+    return false;
   }
-  return fError == FILE_ERR_NONE;
+  platform::OpenFlags flags = flagsOf(access);
+  flags.binary = (m & MODE_BINARY) != 0;
+  NatString path;
+  if (!toNativePath(NativeFileLocator(f.path()).path(), path)) return false;
+  fFile = platform::Stream::open(path.begin(), flags);
+  fOpen = fFile != nullptr;
+  if (fOpen) fError = FILE_ERR_NONE;
+  return fOpen;
 }
 
 bool File::close() {

@@ -18,15 +18,17 @@ class Stream;
 /// A buffered file with text lines. Failures show in results; getError keeps the last error, which only open clears.
 /// States: closed, from construction or close; open, from a successful open. On a closed file close is true, and all
 /// else fails: false, -1 from getChr, 0 from size.
-/// The path is opened in the platform's encoding: a character that this lacks becomes `?`. Directories are refused. A
-/// new file may be read and written as the process's umask allows. The file isn't inherited by programs started.
+/// The path is opened in the platform's encoding: a character that this lacks becomes `?`. A path that holds a zero
+/// unit is refused and, in a code page that isn't here, one with characters beyond ASCII: both would open another file.
+/// Directories are refused. A new file may be read and written as the process's umask allows. The file isn't inherited
+/// by programs started.
 /// Errors: nothing of its own; MemError and StringError where said. Threads: lockedSeekAndRead from any number of
 /// threads at once, with nothing else beside it; all else one at a time.
 class ZQCORE27_EXPORT File {
  public:
   enum Error : int {
     FILE_ERR_NONE = 0,
-    /// Not opened yet, or the platform couldn't open the file; a byte could not be written by putChr or writeLine.
+    /// Not opened yet, or the file couldn't be opened; a byte could not be written by putChr or writeLine.
     FILE_ERR_ACCESS = 1,
     /// open was called with a bad mode.
     FILE_ERR_MODE = 2,
@@ -63,6 +65,7 @@ class ZQCORE27_EXPORT File {
 
   /// Opens what `f` names. An open file is closed first, and if that fails so does open, with FILE_ERR_ACCESS. A
   /// locator with an empty name (an extension alone is none) gives FILE_ERR_ACCESS before the mode is looked at.
+  /// Errors: MemError; the object is closed then, with FILE_ERR_ACCESS.
   bool open(const FileLocator& f, Mode m);
   /// False if something written could not be stored; closed in any case. The last error stays.
   bool close();
@@ -71,9 +74,9 @@ class ZQCORE27_EXPORT File {
   bool read(void* p, unsigned int n);
   /// True if all `n` bytes were taken. What the buffer can't store later shows in flush and close.
   bool write(const void* p, unsigned int n);
-  /// Native text, up to the first zero unit.
+  /// Native text, up to the first zero unit. Errors: MemError, with nothing written.
   bool write(const String& s);
-  /// The same and a line feed.
+  /// The same and a line feed; true if both were taken. Errors: MemError, with nothing written.
   bool writeLine(const String& s);
 
   /// Reads one line of native text, without its end: LF, CR, CR LF or LF CR. The text ends at the line's first zero
@@ -82,7 +85,8 @@ class ZQCORE27_EXPORT File {
   /// closes it, so read until false and look at `out` each time. A failed read counts as the end of the file.
   /// On a file without positions, such as a pipe, a line end that isn't the second of a pair leaves FILE_ERR_SEEK; no
   /// byte is lost by it.
-  /// Errors: StringError for bytes that aren't native text, MemError; the line is consumed.
+  /// Errors: StringError for bytes that aren't native text, after which the line is consumed; MemError, after which its
+  /// rest may still be to be read.
   bool readLine(String& out, String::NativeType type);
 
   /// The next byte, 0 to 255, or -1 at the end and at a failure.
@@ -101,6 +105,7 @@ class ZQCORE27_EXPORT File {
 
   /// Makes the work area of readLine at least `n` bytes large; it is made with 1000 when first needed, grows with the
   /// longest line and never shrinks. With 0 it is freed. The stream's own buffer isn't touched.
+  /// Errors: MemError, with the area as it was.
   void hintBufferSize(unsigned int n);
 
   /// Seeks and reads as one step among threads. With `n` 0 the result of the seek.

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "zqcore27/core/core_hold.h"
+#include "zqcore27/files/native_file_locator.h"
 #include "zqcore27/platform/directory.h"
 #include "zqcore27/strings/nat_string.h"
 
@@ -110,10 +111,13 @@ void FileLocator::join_full_name() {
 void FileLocator::rebuild_path() { fPath = join(fLocation, dir_sep(), fFullName); }
 
 bool FileLocator::list_names(void (*add)(void* to, const char* name), void* to) const {
-  const NatString extension(fExtension);
-  const bool everything = extension.size() == 1 || (extension.size() == 2 && *extension.begin() == *STAR);
-  const NatString pattern(everything ? String(STAR) : join(String(STAR), ext_sep(), fExtension));
-  const NatString directory(fLocation.size() != 0 ? fLocation : String("."));
+  const bool everything = fExtension.size() == 0 || (fExtension.size() == 1 && fExtension[0u] == STAR[0]);
+  NatString pattern;
+  NatString directory;
+  if (!toNativePath(everything ? String(STAR) : join(String(STAR), ext_sep(), fExtension), pattern) ||
+      !toNativePath(fLocation.size() != 0 ? fLocation : String("."), directory)) {
+    return false;
+  }
 
   platform::DirectoryListing listing(directory.begin(), pattern.begin());
   bool found = false;

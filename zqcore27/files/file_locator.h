@@ -27,7 +27,8 @@ inline namespace zqcore27 {
 /// that it had. Assignment from another locator, by move too, parses the path again and so keeps the target's extension
 /// when the source's full name has none; construction copies the five texts. The separators come from gCore.
 /// A text handed in may be one of the locator's own.
-/// Errors: none of its own; MemError. Threads: one at a time; const operations may run side by side.
+/// Errors: none of its own; MemError, after which the texts may be out of step: set the locator again. Threads: one at
+/// a time; const operations may run side by side.
 class ZQCORE27_EXPORT FileLocator {
  public:
   /// All five texts empty.
@@ -68,8 +69,9 @@ class ZQCORE27_EXPORT FileLocator {
   /// platform's order and without the location. With no extension, or with `*`, every entry, directories and the
   /// entries for the directory itself and its parent included; a `*` in an extension stands for any text. Case counts
   /// where the platform's file names have it. The name plays no part. An empty location lists the current directory.
-  /// True also when nothing matches; false if the directory can't be opened or its first reading fails. A failure
-  /// behind the first match ends the listing as its end does, with true.
+  /// True also when nothing matches; false if the directory can't be opened or its first reading fails, and if location
+  /// or extension hold a zero unit or, in a code page that isn't here, characters beyond ASCII. A failure behind the
+  /// first match ends the listing as its end does, with true.
   /// Errors: StringError for a name that isn't text in the platform's encoding, with the names before it in `out`.
   // Compiled into the host, so that the vector grows on the host's heap: a call through the library's table of virtual
   // operations finds the host's copy, which the attribute keeps, before the library's.

@@ -3,6 +3,7 @@
 // Internal: the form in which a path goes to the platform.
 
 #include "zqcore27/files/file_locator.h"
+#include "zqcore27/strings/nat_string.h"
 
 inline namespace zqcore27 {
 
@@ -19,5 +20,10 @@ class NativeFileLocator final : public FileLocator {
 };
 
 #pragma GCC diagnostic pop
+
+/// Stores the native form of a path, or of a piece of one. False, with `out` undefined, where that would name something
+/// else than `s` does: `s` holds a zero unit, or characters beyond ASCII in a code page that isn't here.
+/// Errors: MemError. Threads: any.
+bool toNativePath(const String& s, NatString& out);
 
 }  // namespace zqcore27
