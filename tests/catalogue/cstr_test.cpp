@@ -50,6 +50,7 @@ TEST(CStrTest, PutsValuesWhereTheMarksStand) {
   }
   catalogue.texts[7] = u"\u00131";
   String out("old");
+  catalogue.texts[7] = String(u"\u00131");
   CStr& front = catalogue;
   front.build(out, std::uint32_t{7});
   EXPECT_EQ(utf8(out), "") << "no values at all";
