@@ -6,6 +6,7 @@
 #include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -29,6 +30,8 @@ struct SystemCalls {
   dirent* (*readdir)(DIR* directory) = ::readdir;
   int (*closedir)(DIR* directory) = ::closedir;
   ssize_t (*readlink)(const char* path, char* out, size_t room) = ::readlink;
+  int (*socket)(int domain, int type, int protocol) = ::socket;
+  ssize_t (*sendmsg)(int descriptor, const msghdr* message, int flags) = ::sendmsg;
 };
 
 inline constinit SystemCalls gSystemCalls;

@@ -1,0 +1,115 @@
+#include "zqcore27/errors/log.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "zqcore27/errors/single_line.h"
+#include "zqcore27/platform/system_log.h"
+#include "zqcore27/strings/nat_string.h"
+
+inline namespace zqcore27 {
+
+namespace {
+
+constexpr std::uint32_t MAX_TAG = 32;                           // characters
+constexpr unsigned int FIRST_ROOM = 512, MOST_ROOM = 1u << 30;  // bytes of a stream buffer
+
+bool mayStandInTag(std::uint16_t c) { return c > ' ' && c < 0x7F && c != ':' && c != '[' && c != ']'; }
+
+/// `source` as the logger's tag. Both are equal if it can stand as it is.
+String tagOf(const String& source) {
+  if (source.size() == 0) return "-";
+  String tag(source.begin(), std::min(source.size(), MAX_TAG));
+  for (unsigned int i = 0; i < tag.size(); ++i) {
+    if (!mayStandInTag(tag[i])) tag[i] = '_';
+  }
+  return tag;
+}
+
+bool same(const String& a, const String& b) {
+  return std::equal(a.units().begin(), a.units().end(), b.units().begin(), b.units().end());
+}
+
+}  // namespace
+
+void log_event(String message, String source, unsigned short category, std::uint32_t type, unsigned short id) {
+  const String tag = tagOf(source);
+  String text;
+  text.build("[category %u, event %u", static_cast<unsigned int>(category), static_cast<unsigned int>(id));
+  if (!same(tag, source)) {
+    text += ", source ";
+    text += singleLine(source);
+  }
+  text += "] ";
+  text += singleLine(message);
+  const NatString name(tag), native(text);
+  platform::reportEvent(name.begin(), native.begin(), native.size() - 1, static_cast<std::uint16_t>(type));
+}
+
+// --- LogListenerBuffer ---
+
+LogListenerBuffer::LogListenerBuffer() : std::basic_stringbuf<char>(std::ios_base::in | std::ios_base::out) {}
+
+LogListenerBuffer::~LogListenerBuffer() = default;
+
+int LogListenerBuffer::sync() {
+  setp(pbase(), epptr());
+  setg(pbase(), pbase(), pbase());
+  return 0;
+}
+
+// The base would grow a text of its own, whose memory belongs to the standard library's heap.
+LogListenerBuffer::int_type LogListenerBuffer::overflow(int_type c) {
+  if (traits_type::eq_int_type(c, traits_type::eof())) return traits_type::not_eof(c);
+  if (pptr() == epptr() && !grow()) return traits_type::eof();
+  return sputc(traits_type::to_char_type(c));
+}
+
+/// Doubles the put area. What it holds moves along, wherever it was.
+bool LogListenerBuffer::grow() {
+  const auto written = static_cast<unsigned int>(pptr() - pbase());
+  if (written >= MOST_ROOM) return false;
+  const auto read = gptr() - eback();
+  MemResizable block(std::max(FIRST_ROOM, written * 2));
+  if (written != 0) std::memcpy(*block, pbase(), written);
+  fText = std::move(block);
+  char* const text = reinterpret_cast<char*>(*fText);
+  setp(text, text + fText.size());
+  pbump(static_cast<int>(written));
+  setg(text, text + read, text + written);
+  return true;
+}
+
+// --- LogListener ---
+
+// The stream stands before the buffer, so that it can take the buffer only now.
+LogListener::LogListener() : std::basic_ostream<char>(nullptr) {
+  rdbuf(&fBuffer);
+  fBuffer.setListener(this);
+}
+
+LogListener::~LogListener() = default;
+
+unsigned int LogListener::getVerbosity() { return fVerbosity.load(std::memory_order_relaxed); }
+
+void LogListener::informEvent(const String& message, const String& source, unsigned short category, std::uint32_t type,
+                              unsigned short id) {
+  log_event(message, source, category, type, id);
+}
+
+// --- CoreLog ---
+
+CoreLog& CoreLog::operator=(CoreLog&& other) noexcept {
+  if (this != &other) delete std::exchange(fListener, std::exchange(other.fListener, nullptr));
+  return *this;
+}
+
+CoreLog::~CoreLog() { delete fListener; }
+
+LogVerbosityCode CoreLog::intToVerbosityCode(unsigned int n) {
+  if (n >= VERBOSITY_DEBUG) return VERBOSITY_DEBUG;
+  if (n > VERBOSITY_WARNING && n <= VERBOSITY_INFORMATION) return VERBOSITY_INFORMATION;
+  return static_cast<LogVerbosityCode>(n);
+}
+
+}  // namespace zqcore27
