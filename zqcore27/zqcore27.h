@@ -30,6 +30,7 @@
 #include "zqcore27/errors/error_error_insert.h"
 #include "zqcore27/errors/error_insert.h"
 #include "zqcore27/errors/log.h"
+#include "zqcore27/errors/log_listeners.h"
 #include "zqcore27/errors/mem_error.h"
 #include "zqcore27/errors/string_error.h"
 #include "zqcore27/files/basic_file.h"
