@@ -47,6 +47,8 @@ TEST(ScanTest, Integers) {
       {__LINE__, "19", "%i", 1, 19},
       {__LINE__, "017", "%1i%d", 2, 0, 17},
       {__LINE__, "0x1F", "%3i%x", 2, 1, 15},
+      {__LINE__, "-0x5", "%1i%i", 1, UNSET, 5},  // the sign uses the width up; no opening is taken
+      {__LINE__, "-017", "%1i%i", 1, UNSET, 15},
       {__LINE__, "0x1F", "%x%d", 1, 0},
       {__LINE__, "fF", "%X", 1, 255},
       {__LINE__, "1F", "%p", 1, 31},
@@ -71,10 +73,13 @@ TEST(ScanTest, Integers) {
       {__LINE__, "12%", "%d %%%d", 1, 12},
       {__LINE__, " %7", "%%%d", 1, 7},
       {__LINE__, "x", "%%", 0},
+      {__LINE__, "  ", "%%", 0},  // a mismatch, though the text has ended
       {__LINE__, "   ", " ", 0},  // the format's end is looked at before the text's
       {__LINE__, "   ", " %d", -1},
       {__LINE__, "1 ", "%d ", 1, 1},
       {__LINE__, "1\r2", "%d\r%d", 2, 1, 2},  // a carriage return in a format is no white space
+      {__LINE__, "1\v2", "%d\v%d", 2, 1, 2},
+      {__LINE__, "1 2", "%d\v%d", 1, 1},  // nor is a vertical tab
       {__LINE__, "1", "%q", 0},
       {__LINE__, "1", "%", 0},
       {__LINE__, "1", "%5", 0},
@@ -194,10 +199,17 @@ TEST(ScanTest, FloatingPoint) {
       {__LINE__, "e55 ", "%lf", 1, 0},            // the second is
       {__LINE__, "1e5", "%2lf%[^~]", 2, 1, "5"},  // a width accepts what is there
       {__LINE__, "12.75", "%4lf%[^~]", 2, 12.7, "5"},
+      {__LINE__, "-e55 ", "%lf", 1, 0.0},  // no digit of a number, so no sign of it
+      {__LINE__, "-.e55 ", "%lf", 1, 0.0},
+      {__LINE__, "-0", "%lf", 1, -0.0},
+      {__LINE__, "-0X0P1 ", "%lf", 1, -0.0},
+      {__LINE__, "-0XP12 ", "%lf", 1, -0.0},
+      {__LINE__, "-1e-400", "%lf", 1, -0.0},
       {__LINE__, "0x10", "%lf%[^~]", 2, 0, "x10"},
       {__LINE__, "0X1Fp4 ", "%lf", 1, 496},
       {__LINE__, "-0X.8P1", "%lf", 1, -1},
-      {__LINE__, "0X1F", "%lf", -1},  // no exponent
+      {__LINE__, "0X1P1A,", "%lf%[^~]", 2, 2, "A,"},  // an exponent is decimal
+      {__LINE__, "0X1F", "%lf", -1},                  // no exponent
       {__LINE__, "0X1F,", "%lf%[^~]", 0},
       {__LINE__, "0XP1,", "%lf", 0},
       {__LINE__, "INF,", "%lf%[^~]", 2, infinity, ","},
@@ -208,7 +220,10 @@ TEST(ScanTest, FloatingPoint) {
       {__LINE__, "NaNs", "%lf", 1, nan},
       {__LINE__, "na,", "%lf", 0},
       {__LINE__, "inf", "%3lf", -1},  // a width that runs out inside a word
-      {__LINE__, "infinity", "%8lf", 1, infinity},
+      {__LINE__, "infinity", "%8lf", -1},
+      {__LINE__, "infinity,", "%8lf%[^~]", 0},
+      {__LINE__, "nans", "%4lf", -1},
+      {__LINE__, "nans,", "%5lf%[^~]", 2, nan, ","},
       {__LINE__, "1e400", "%lf", 1, infinity},
       {__LINE__, "-1e400", "%lf", 1, -infinity},
       {__LINE__, "1e-400", "%lf", 1, 0},
@@ -231,6 +246,7 @@ TEST(ScanTest, FloatingPoint) {
       EXPECT_TRUE(std::isnan(value));
     } else {
       EXPECT_EQ(value, row.value);
+      EXPECT_EQ(std::signbit(value), std::signbit(row.value));
     }
     EXPECT_STREQ(rest, row.rest);
   }
@@ -273,6 +289,35 @@ TEST(ScanTest, AgreesWithTheRuntime) {
     EXPECT_EQ(number, expectedNumber);
     EXPECT_EQ(hex, expectedHex);
     EXPECT_STREQ(word, expectedWord);
+  }
+}
+
+// Where the two agree: digits of the radix behind an opening, room for one of them, 32 bits.
+TEST(ScanTest, OpeningsAndWidthsAgreeWithTheRuntime) {
+  std::mt19937 random(20240613);
+  const auto below = [&random](std::size_t n) { return static_cast<std::size_t>(random() % n); };
+  const struct {
+    std::string opening, digits;
+    std::size_t least;  // the width that reaches a digit
+  } forms[] = {
+      {"", "123456789", 1}, {"0", "01234567", 1}, {"0x", "0123456789abcdefABCDEF", 3}, {"0X", "0123456789", 3}};
+  for (int i = 0; i < 4000; ++i) {
+    const auto& form = forms[below(4)];
+    const std::string sign = std::string(1, "+- "[below(3)]).substr(0, below(2));
+    std::string digits = sign + form.opening;
+    for (std::size_t n = 1 + below(8); n > 0; --n) digits += form.digits[below(form.digits.size())];
+    digits += ",";
+    const std::size_t taken = sign == " " ? 0 : sign.size();  // a blank is none of the width
+    const std::string format = "%" + std::to_string(taken + form.least + below(12)) + "i%15[^~]";
+    SCOPED_TRACE(digits + " by " + format);
+
+    std::int32_t number = UNSET, expectedNumber = UNSET;
+    char rest[16] = "", expectedRest[16] = "";
+    String text(digits.c_str());
+    EXPECT_EQ(text.scan(format.c_str(), &number, rest),
+              std::sscanf(digits.c_str(), format.c_str(), &expectedNumber, expectedRest));
+    EXPECT_EQ(number, expectedNumber);
+    EXPECT_STREQ(rest, expectedRest);
   }
 }
 

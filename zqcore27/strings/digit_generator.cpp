@@ -73,6 +73,7 @@ class ExtendedRest {
     std::memcpy(&fBits, &value, sizeof fBits);
     std::memcpy(&exponent, reinterpret_cast<const char*>(&value) + sizeof fBits, sizeof exponent);
     fShift = 16383 + 63 - exponent;
+    assert(fShift >= EXACT && fShift <= 64);  // 0.5 to below 16: scaling may end just below 1
   }
 
   int next() {
@@ -105,7 +106,7 @@ class ExtendedRest {
   }
 
   std::uint64_t fBits;  // the number times 2 to the power of fShift
-  int fShift;           // 60 to 64
+  int fShift;           // EXACT to 64
 };
 
 using Rest = std::conditional_t<LDBL_MANT_DIG == 64, ExtendedRest, AnyRest>;

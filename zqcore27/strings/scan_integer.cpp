@@ -28,7 +28,7 @@ unsigned int radixOf(char conversion) {
 }  // namespace
 
 unsigned int String::scanf_state::radix_by_opening() {
-  if (fCurrent != '0') return 10;
+  if (fCurrent != '0' || fWidth < 1) return 10;
   if (fWidth == 1) return 8;  // no room for more than this digit
   read();
   const char second = fCurrent;

@@ -135,8 +135,11 @@ double numberValue(const char* begin, const char* end) {
   if (hex) begin += 2;
   double value = 0;
   const auto format = hex ? std::chars_format::hex : std::chars_format::general;
-  if (std::from_chars(begin, end, value, format).ec == std::errc::result_out_of_range) {
+  const std::errc error = std::from_chars(begin, end, value, format).ec;
+  if (error == std::errc::result_out_of_range) {
     value = isTooLarge(begin, end, hex) ? std::numeric_limits<double>::infinity() : 0;
+  } else if (error != std::errc() && !hex) {
+    return 0;  // no digits, so the sign is none of a number; a hexadecimal opening at least has its zero
   }
   return negative ? -value : value;
 }

@@ -19,8 +19,9 @@ class NumberSyntax {
   /// Looks at the next character, 0 at the end of the text.
   Step step(char c);
 
-  /// Whether what was taken is a number, also when no DONE was reached. A word must have been taken whole for that.
-  bool complete() const { return fState == WORD ? *fWordLeft == 0 : fDigitSeen; }
+  /// Whether what was taken is a number, also when no DONE was reached. A word never is before the character behind it
+  /// was looked at.
+  bool complete() const { return fState != WORD && fDigitSeen; }
 
  private:
   enum State {
@@ -52,7 +53,7 @@ class NumberSyntax {
 };
 
 /// What atof gives for the characters that NumberSyntax accepts, whatever the process's locale is: correctly rounded,
-/// infinite on overflow, 0 when too small, 0 for what has no value. Threads: any.
+/// infinite on overflow, 0 when too small, +0 for what has no digits. Threads: any.
 double numberValue(const char* begin, const char* end);
 
 }  // namespace zqcore27

@@ -156,11 +156,29 @@ class ZQCORE27_EXPORT String : public MemResizable {
 
   // --- Format and scan ---
 
-  /// Replaces the text by `format` with its directives filled in, as of the printf family; note that `u`,
-  /// `o`, `x`, `X` and `b` take 16 bits without `l`, `%s` takes 16-bit text (`%Ns` 8-bit native text), and a bad
-  /// directive ends the text there.
+  /// Replaces the text by `format` with its directives filled in: %[flags][width][.precision][modifiers]conversion,
+  /// with the flags `-`, `+`, blank, `#`, `0`, an asterisk for a width or precision among the arguments, and the
+  /// modifiers `l`, `h`, `N`, `L`. A bad directive ends the text there. The types of the arguments aren't checked; they
+  /// may point into this text. Bytes of the format above 0x7F become units 0xFF80 and up.
+  /// - d i: 32 bits. u o x X b (binary): 16 bits, with `l` 32. p: 32 bits as 0000:12345678; with `h` 16 bits, no colon.
+  /// - s: 16-bit text; with `N` or `L` 8-bit native text. P: native text behind one byte with its length. Null: (null).
+  /// - c: one unit. n: stores the positions put out so far in 32 bits; 8-bit text counts in bytes.
+  /// - e E f g G: a double, with an exponent of three digits and at most 17 real digits; ties round up.
+  /// Errors: StringError from native text (0xc2000122 refused bytes, 0xc2000123 cut-off character), MemError; the
+  /// object is then as before.
   void build(const char* format, ...);
-  /// Reads values out of the text. Returns the number of values stored, or -1 if the text ended before the first.
+  /// Reads values out of the text: %[*][width][h, l or L]conversion, where an asterisk stores nothing. Returns the
+  /// number of values stored, or -1 if the text ended before the first. Only the low byte of each unit is read, and 0
+  /// is the end of the text. Null arguments aren't tested.
+  /// - d i u o x X p b: 32 bits, with `h` 16; overflow wraps. Without digits the argument is used up, nothing is
+  /// stored,
+  ///   and the scan goes on.
+  /// - e E f g G: a float, with `l` or `L` a double. A hexadecimal number needs a capital X and an exponent.
+  /// - s S c [: 8-bit bytes, with no bound but the width (of c: 1); c writes no terminator. %s stops the scan if it
+  /// meets
+  ///   the end of the text, after it has stored what was there.
+  /// - n: the units read so far in 32 bits, not counted as a value; the terminator is one of them once it has been
+  /// read.
   std::int32_t scan(const char* format, ...);
 
   // --- Search ---
