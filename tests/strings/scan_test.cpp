@@ -47,7 +47,7 @@ TEST(ScanTest, Integers) {
       {__LINE__, "19", "%i", 1, 19},
       {__LINE__, "017", "%1i%d", 2, 0, 17},
       {__LINE__, "0x1F", "%3i%x", 2, 1, 15},
-      {__LINE__, "-0x5", "%1i%i", 1, UNSET, 5},  // the sign uses the width up; no opening is taken
+      {__LINE__, "-0x15", "%1i%i", 1, UNSET, 21},  // the sign uses the width up; no opening is taken
       {__LINE__, "-017", "%1i%i", 1, UNSET, 15},
       {__LINE__, "0x1F", "%x%d", 1, 0},
       {__LINE__, "fF", "%X", 1, 255},

@@ -94,10 +94,7 @@ NumberSyntax::Step NumberSyntax::done() {
 }
 
 NumberSyntax::Step NumberSyntax::exponent_or_end(char c) {
-  if (isLetter(c, 'e') || (fHex && isLetter(c, 'p'))) {
-    fHex = false;
-    return take(EXPONENT_OPENING);
-  }
+  if (isLetter(c, 'e') || (fHex && isLetter(c, 'p'))) return take(EXPONENT_OPENING);
   return fHex ? FAIL : done();
 }
 
