@@ -83,10 +83,10 @@ MemResizable& MemResizable::resize(unsigned int size) {
     fData = nullptr;
   } else {
     // An object of size 0 doesn't own what fData points at.
-    void* block = std::realloc(fSize != 0 ? fData : nullptr, size);
+    void* block = fSize != 0 ? std::realloc(fData, size) : std::calloc(size, 1);
     if (block == nullptr) throw MemError(MemError::HEAP_EXHAUSTED, true);
     fData = static_cast<unsigned char*>(block);
-    if (size > fSize) MemAllocator::zero(fData + fSize, size - fSize);
+    if (fSize != 0 && size > fSize) MemAllocator::zero(fData + fSize, size - fSize);
   }
   fSize = size;
   return *this;
