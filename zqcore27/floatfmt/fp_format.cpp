@@ -77,10 +77,13 @@ struct Specials {
   Marks marks;
   int shift;  // of the word that marks are compared with, in bits
 
+  /// 1 if the stored word doesn't go the ordinary way, else 0; without a branch.
   template <typename Word>
-  bool mayBe(Word stored) const {
+  std::uint32_t found(Word stored) const {
     const auto w = static_cast<std::uint32_t>(stored >> shift);
-    return (w == 0) | (w == marks[0]) | (w == marks[1]) | (w == marks[2]) | (w == marks[3]);
+    std::uint32_t hit = w == 0;
+    for (const std::uint32_t mark : marks) hit |= static_cast<std::uint32_t>(w == mark);
+    return hit;
   }
 };
 
@@ -116,9 +119,9 @@ constexpr std::size_t BLOCK = 256;  // values that are decoded at a time, a few 
 /// have no branch in them.
 template <typename Codec>
 void decodeBlock(const typename Codec::Word* stored, double* values, std::size_t n, const Specials& specials) {
-  bool special = false;
-  for (std::size_t i = 0; i < n; ++i) special |= specials.mayBe(stored[i]);
-  if (special) {
+  std::uint32_t special = 0;
+  for (std::size_t i = 0; i < n; ++i) special |= specials.found(stored[i]);
+  if (special != 0) {
     for (std::size_t i = 0; i < n; ++i) values[i] = decode<Codec>(stored[i], specials);
   } else {
     for (std::size_t i = 0; i < n; ++i) values[i] = asDouble(Codec::decode(stored[i]));
