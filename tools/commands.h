@@ -14,6 +14,7 @@ void addConfigCommands(CLI::App& app, int& status);
 void addExplainCommand(CLI::App& app, int& status);
 void addCatalogueCommands(CLI::App& app, int& status);
 void addScrambleCommands(CLI::App& app, int& status);
+void addFloatCommand(CLI::App& app, int& status);
 void addVersionCommand(CLI::App& app, int& status);
 
 }  // namespace zqtool

@@ -28,6 +28,7 @@ int run(int argc, char** argv) {
   zqtool::addExplainCommand(app, status);
   zqtool::addCatalogueCommands(app, status);
   zqtool::addScrambleCommands(app, status);
+  zqtool::addFloatCommand(app, status);
   zqtool::addVersionCommand(app, status);
   try {
     app.parse(argc, argv);

@@ -3,33 +3,18 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "tests/errors/log_lines.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/text.h"
 #include "zqcore27/errors/cstr.h"
 #include "zqcore27/errors/string_error.h"
 
 namespace {
-
-/// The lines of a log without their times, which are tested for their form.
-std::vector<std::string> linesOf(const std::string& log) {
-  static const std::regex TIME("[0-9]{4}-[01][0-9]-[0-3][0-9]T[0-2][0-9]:[0-5][0-9]:[0-5][0-9]\\.[0-9]{3}Z ");
-  std::vector<std::string> lines;
-  std::istringstream in(log);
-  for (std::string line; std::getline(in, line);) {
-    std::smatch m;
-    const bool stamped = std::regex_search(line, m, TIME, std::regex_constants::match_continuous);
-    lines.push_back(stamped ? m.suffix().str() : "no time: " + line);
-  }
-  return lines;
-}
-
-using Lines = std::vector<std::string>;
 
 struct OneText : CStr {
   const std::uint16_t* get(std::uint32_t) override { return reinterpret_cast<const std::uint16_t*>(u"The\ntext"); }
