@@ -36,7 +36,6 @@ TEST(StreamLogListenerTest, WritesTimeLevelAndText) {
   log.log("", VERBOSITY_ERROR);
   EXPECT_EQ(linesOf(out.str()), (Lines{"0 first", "8 \xE2\x82\xAC#0122026 forged#033[2J",
                                        "1 The#012text (error 0xc2000122)", "1 No Error code.", "1 "}));
-  log.setLog(nullptr);
 }
 
 TEST(StreamLogListenerTest, WordsErrorsWithoutACatalogueToo) {
