@@ -65,6 +65,37 @@ TEST(ConfigFileTest, RefusedNativeBytesAreSteppedOver) {
   EXPECT_EQ(allTokens(config), "K(e) <EOS> <EOF>");
 }
 
+TEST(ConfigFileTest, ARefusedByteBehindACompleteTokenLeavesItHeld) {
+  setACPid(65001);
+  static constexpr struct {
+    int line;
+    const char* text;
+    Config::TokenType type;
+    const char* token;
+  } ROWS[] = {{__LINE__, "\"abc\"\xFF b\n", Config::STRING_TOKEN, "abc"},
+              {__LINE__, "'abc'\xFF b\n", Config::KEYWORD_TOKEN, "'abc'"},
+              {__LINE__, "=\xFF b\n", Config::EQUALS_TOKEN, "="}};
+  for (const auto& row : ROWS) {
+    SCOPED_TRACE(row.line);
+    const BytesFile file(row.text);
+    Config config(file.locator());
+    config.enableSeparators(Config::SEP_EQUALS | Config::SEP_EQUALS_EQUALS);
+    EXPECT_THROW(config.nextToken(), StringError);
+    EXPECT_EQ(config.nextToken(), row.type);
+    EXPECT_EQ(utf8(config.tokenText()), row.token);
+    config.releaseToken();
+    EXPECT_EQ(allTokens(config), "K(b) <EOS> <EOF>");
+  }
+  const BytesFile plain(
+      "abc\xFF"
+      "def\nghi\n");
+  Config decrypted(plain.locator());
+  decrypted.enableDecryption(0, false);
+  EXPECT_THROW(decrypted.nextToken(), StringError);
+  decrypted.releaseToken();
+  EXPECT_EQ(allTokens(decrypted), "K(abcdef) <EOS> K(ghi) <EOS> <EOF>");  // the byte is lost, and nothing else
+}
+
 // The reader may be anywhere in the first five blocks when the file is cut: the cut lies behind them.
 TEST(ConfigFileTest, AFailedReadShowsBehindTheLastTextThatWasRead) {
   const std::string line = std::string(99, 'w') + "\n";

@@ -193,4 +193,12 @@ TEST(ConfigReadTest, DecryptionAndItsMarker) {
   EXPECT_EQ(allTokens(config), "K(b) <EOS> K(c) K(\u00E9) <EOS> K(z0) <EOS> K(d) <EOS> <EOF>");
 }
 
+TEST(ConfigReadTest, AnUnreadableStreamIsAnEmptyText) {
+  std::istringstream stream("a\n");
+  stream.setstate(std::ios::failbit);
+  Config config(stream);
+  EXPECT_EQ(config.getError(), Config::ERR_NOT_READABLE);
+  EXPECT_EQ(config.nextToken(), Config::EOF_TOKEN);
+}
+
 }  // namespace

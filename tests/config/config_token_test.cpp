@@ -24,6 +24,7 @@ TEST(ConfigTokenTest, EverySourceGivesTheSameTokens) {
       {__LINE__, DEFAULT, "a\r\nb\rc\r\n", "K(a) <EOS> K(b) K(c) <EOS> <EOF>"},
       {__LINE__, DEFAULT, "a & comment\n\n  b\n", "K(a) K(b) <EOS> <EOF>"},
       {__LINE__, DEFAULT, "a & comment\r\n\r\n!c\nb\n", "K(a) <EOS> K(b) <EOS> <EOF>"},
+      {__LINE__, DEFAULT, "a & x\r\n\r\nb\n", "K(a) K(b) <EOS> <EOF>"},
       {__LINE__, DEFAULT, "a &\n \nb\n", "K(a) <EOS> K(b) <EOS> <EOF>"},  // a blank ends the run of line ends
       {__LINE__, DEFAULT, "a!b\nc !\"d\n", "K(a) <EOS> K(c) <EOS> <EOF>"},
       {__LINE__, DEFAULT, "a!b\rc\n", "K(a) K(c) <EOS> <EOF>"},  // CR ends a comment and no statement

@@ -117,6 +117,7 @@ class ZQCORE27_EXPORT Config {
 
   /// Reads the bytes of `s`, which must outlive the object, each as one character: 7-bit text, in effect. A zero byte
   /// ends the text.
+  /// A stream whose exceptions() are on raises them out of every reading operation.
   explicit Config(std::istream& s);
   /// Reads `s` up to its first zero unit. The string must outlive the object, its text unchanged.
   explicit Config(const String& s);
@@ -136,8 +137,9 @@ class ZQCORE27_EXPORT Config {
   /// Replaces the set of enabled separators. Acts from the next token that is read.
   void enableSeparators(SeparatorType mask);
   /// From here on the text is a scrambled one: its lines are decoded one by one, and a line that isn't in armoured form
-  /// passes as plain text. `key` is kept and plays no part. With `honourMarker`, a text that begins with `!` stays
-  /// plain. Call it before the first token is read.
+  /// passes as plain text, which must be 7-bit: of any other character the low byte alone is kept, and that may even
+  /// end the text. `key` is kept and plays no part. With `honourMarker`, a text that begins with `!` stays plain. Call
+  /// it before the first token is read. Errors: MemError, the text as before.
   void enableDecryption(std::int32_t key, bool honourMarker);
   /// True: the bytes of a file or of decrypted lines are UTF-8, and an ill-formed byte reads as U+FFFD; false: native
   /// text. No effect on a text from a String or a stream. Call it after enableDecryption: it then acts on the decoded
@@ -218,6 +220,7 @@ class ZQCORE27_EXPORT Config {
   void scan_escape(TokenWriter& token);
   std::int32_t escape_digit(std::int32_t base);
   TokenType scan_quoted_keyword();
+  bool quote_is_doubled(std::uint16_t quote, TokenType complete, TokenWriter& token);
   bool take_if(std::uint16_t wanted);
   TokenType enabled_separator(std::uint16_t c);
   TokenType set_tok_str_to_sep(TokenType t);
@@ -242,8 +245,8 @@ class ZQCORE27_EXPORT Config {
   bool fInStatement = false;
   std::int32_t fIndent = 0;
   bool fHashSyntax : 1 = false;
-  bool fCutOffShown : 1 =
-      false;  // the channel was cut off, and the host knows: from now on that is the end of the text
+  // The channel was cut off, and the host knows: from now on that is the end of the text.
+  bool fCutOffShown : 1 = false;
   std::uint32_t fChars = 0;
   Place fNext;        // of the character that getC reads next; line 0 before the line feed that decryption leads in
   Place fSeen;        // of the character that getC looked at last

@@ -198,7 +198,7 @@ Config::TokenType Config::scan_string() {
     for (;;) {
       const std::uint16_t c = getC();
       if (c == '"') {
-        if (fHashSyntax || !take_if('"')) break;
+        if (fHashSyntax || !quote_is_doubled(c, STRING_TOKEN, token)) break;
         token.put(c);
       } else if (c == EOF_CHAR || c == LF || c == CR) {
         ungetC(c);
@@ -250,7 +250,7 @@ Config::TokenType Config::scan_quoted_keyword() {
     for (;;) {
       const std::uint16_t c = getC();
       if (c == '\'') {
-        if (!take_if('\'')) break;
+        if (!quote_is_doubled(c, KEYWORD_TOKEN, token)) break;
         token.put(c);
       } else if (c == EOF_CHAR || c == LF || c == CR) {
         ungetC(c);
@@ -266,6 +266,17 @@ Config::TokenType Config::scan_quoted_keyword() {
   return end_token(KEYWORD_TOKEN);
 }
 
+// Looks behind a quote that closes the token unless it is doubled. If that can't be read, the token is complete.
+bool Config::quote_is_doubled(std::uint16_t quote, TokenType complete, TokenWriter& token) {
+  try {
+    return take_if(quote);
+  } catch (...) {
+    if (complete == KEYWORD_TOKEN) token.put_last(quote);
+    fType = complete;
+    throw;
+  }
+}
+
 bool Config::take_if(std::uint16_t wanted) {
   const std::uint16_t c = getC();
   if (c == wanted) return true;
@@ -276,14 +287,20 @@ bool Config::take_if(std::uint16_t wanted) {
 Config::TokenType Config::enabled_separator(std::uint16_t c) {
   const SeparatorType begun = separators_begun_by(c);
   if (begun == 0) return NO_TOKEN;
+  TokenType single = NO_TOKEN;
   for (const Separator& s : SEPARATORS) {
-    if (s.first != c || s.second == 0 || (fSeparators & s.bit) == 0) continue;
-    if (take_if(static_cast<std::uint16_t>(s.second))) return s.type;
+    if (s.first == c && s.second == 0 && (fSeparators & s.bit) != 0) single = s.type;
   }
-  for (const Separator& s : SEPARATORS) {
-    if (s.first == c && s.second == 0 && (fSeparators & s.bit) != 0) return s.type;
+  try {
+    for (const Separator& s : SEPARATORS) {
+      if (s.first != c || s.second == 0 || (fSeparators & s.bit) == 0) continue;
+      if (take_if(static_cast<std::uint16_t>(s.second))) return s.type;
+    }
+  } catch (...) {
+    if (single != NO_TOKEN) set_tok_str_to_sep(single);  // complete, whatever stands behind it
+    throw;
   }
-  return NO_TOKEN;
+  return single;
 }
 
 Config::TokenType Config::set_tok_str_to_sep(TokenType t) {

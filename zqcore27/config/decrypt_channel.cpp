@@ -20,8 +20,8 @@ constexpr std::uint32_t SPARE = 20;               // beside the text: the line f
 
 }  // namespace
 
-ConfigDataChannelIDecrypt::ConfigDataChannelIDecrypt(std::unique_ptr<ConfigDataChannel> source, std::int32_t key)
-    : fSource(std::move(source)), fKey(key), fText(256) {
+ConfigDataChannelIDecrypt::ConfigDataChannelIDecrypt(std::unique_ptr<ConfigDataChannel>&& source, std::int32_t key)
+    : fText(256), fSource(std::move(source)), fKey(key) {
   fText[0] = 0;
   fCursor = fTextEnd = *fText;
 }
@@ -57,9 +57,17 @@ std::uint16_t ConfigDataChannelIDecrypt::ungetC(std::uint16_t ch) {
   return ch;
 }
 
-// The next line of the source that isn't empty, into fRaw. False at its end.
+// The next line of the source that isn't empty, into fRaw. False at its end. After an error of the source the next call
+// goes on with the same line.
 bool ConfigDataChannelIDecrypt::read_raw_line() {
-  std::vector<unsigned char>().swap(fRaw);
+  if (fRawComplete) std::vector<unsigned char>().swap(fRaw);
+  fRawComplete = false;
+  const bool line = extend_raw_line();
+  fRawComplete = true;
+  return line;
+}
+
+bool ConfigDataChannelIDecrypt::extend_raw_line() {
   while (!fSourceEnded) {
     const auto c = static_cast<unsigned char>(fSource->getC());
     if (c == 0) return true;

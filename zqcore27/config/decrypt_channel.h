@@ -17,7 +17,8 @@ inline namespace zqcore27 {
 class ConfigDataChannelIDecrypt : public ConfigDataChannel {
  public:
   /// `key` is kept and takes no part in the decoding.
-  ConfigDataChannelIDecrypt(std::unique_ptr<ConfigDataChannel> source, std::int32_t key);
+  /// Takes `source` over once nothing can fail any more. Errors: MemError.
+  ConfigDataChannelIDecrypt(std::unique_ptr<ConfigDataChannel>&& source, std::int32_t key);
   ~ConfigDataChannelIDecrypt() override;
 
   std::uint16_t putC(std::uint16_t ch) override;
@@ -28,16 +29,18 @@ class ConfigDataChannelIDecrypt : public ConfigDataChannel {
 
  private:
   bool read_raw_line();
+  bool extend_raw_line();
   void fetch_line();
   void decode_raw_line();
 
+  MemResizable fText;  // a line feed, the decoded line, a zero byte
   std::unique_ptr<ConfigDataChannel> fSource;
   [[maybe_unused]] std::int32_t fKey;
-  MemResizable fText;  // a line feed, the decoded line, a zero byte
   const unsigned char* fCursor;
   const unsigned char* fTextEnd;    // the zero byte behind the line
   std::uint32_t fLastBytes = 0;     // of the character read last; 0: nothing to give back
   std::vector<unsigned char> fRaw;  // the line as read
+  bool fRawComplete = true;         // false: the source raised an error in the middle of the line
   bool fSourceEnded = false;        // nothing more is read from the source
 };
 
