@@ -72,19 +72,15 @@ Word load(const unsigned char* from) {
   return word;
 }
 
-/// What doesn't go the ordinary way: the places and the values of marks.
+/// What doesn't go the ordinary way: the marks, and where they stand.
 struct Specials {
-  Marks marks;
-  int shift;  // of the word that marks are compared with, in bits
+  Specials(const Marks& m, int s)
+      : marks(m), shift(s), common(m[0] & m[1] & m[2] & m[3]), fixed(~((m[0] | m[1] | m[2] | m[3]) ^ common)) {}
 
-  /// 1 if the stored word doesn't go the ordinary way, else 0; without a branch.
-  template <typename Word>
-  std::uint32_t found(Word stored) const {
-    const auto w = static_cast<std::uint32_t>(stored >> shift);
-    std::uint32_t hit = w == 0;
-    for (const std::uint32_t mark : marks) hit |= static_cast<std::uint32_t>(w == mark);
-    return hit;
-  }
+  Marks marks;
+  int shift;             // of the word that marks are compared with, in bits
+  std::uint32_t common;  // the bits that all marks have
+  std::uint32_t fixed;   // the bits in which all marks agree
 };
 
 template <typename Codec>
@@ -113,28 +109,30 @@ typename Codec::Word encode(double value, const Specials& specials) {
   return h == 0 ? Word{0} : Codec::encode(bitsOf<Word>(value));
 }
 
-constexpr std::size_t BLOCK = 256;  // values that are decoded at a time, a few KB
+constexpr std::size_t BLOCK = 256;  // values that are decoded before a look at what was special among them
 
-/// Decodes `n` consecutive words. Most blocks hold nothing special: one pass finds that out, one converts, and both
-/// have no branch in them.
-template <typename Codec>
-void decodeBlock(const typename Codec::Word* stored, double* values, std::size_t n, const Specials& specials) {
-  std::uint32_t special = 0;
-  for (std::size_t i = 0; i < n; ++i) special |= specials.found(stored[i]);
-  if (special != 0) {
-    for (std::size_t i = 0; i < n; ++i) values[i] = decode<Codec>(stored[i], specials);
-  } else {
-    for (std::size_t i = 0; i < n; ++i) values[i] = asDouble(Codec::decode(stored[i]));
-  }
+/// The top bit is set if `v` is zero and clear otherwise: a comparison of 64 bits that vectors have on every machine.
+template <typename Word>
+constexpr Word zeroAtTop(Word v) {
+  return static_cast<Word>((v - 1) & ~v);
 }
 
-template <typename Word>
-void gather(Word* to, const unsigned char* from, std::size_t n, std::size_t stride) {
-  if (stride == sizeof(Word)) {
-    std::memcpy(to, from, n * sizeof(Word));
-  } else {
-    for (std::size_t i = 0; i < n; ++i) to[i] = load<Word>(from + i * stride);
+/// Decodes `n` values that lie `stride` apart and don't overlap `values`. All go the ordinary way first, without a
+/// branch and with a note of what doesn't belong there; seldom is a second pass needed.
+template <typename Codec>
+[[gnu::always_inline]] inline void decodeBlock(const unsigned char* stored, std::size_t stride,
+                                               double* __restrict values, std::size_t n, const Specials& specials) {
+  using Word = typename Codec::Word;
+  Word special = 0;
+  const Word fixed = Word{specials.fixed} << specials.shift, common = Word{specials.common} << specials.shift;
+  for (std::size_t i = 0; i < n; ++i) {
+    const Word word = load<Word>(stored + i * stride);
+    special |= zeroAtTop<Word>((word & fixed) ^ common);
+    if constexpr (!Codec::DECODES_ZERO) special |= zeroAtTop(word);
+    values[i] = asDouble(Codec::decode(word));
   }
+  if (special >> (sizeof(Word) * 8 - 1) == 0) return;
+  for (std::size_t i = 0; i < n; ++i) values[i] = decode<Codec>(load<Word>(stored + i * stride), specials);
 }
 
 bool overlap(const void* a, std::size_t aSize, const void* b, std::size_t bSize) {
@@ -147,13 +145,18 @@ void decodeAll(const unsigned char* stored, double* values, std::size_t count, s
                const Specials& specials) {
   using Word = typename Codec::Word;
   const std::size_t span = (count - 1) * stride + sizeof(Word);
-  // Where results fall on values that are still to be read, the order of the single calls shows.
-  const std::size_t block = overlap(stored, span, values, count * sizeof(double)) ? 1 : BLOCK;
-  Word words[BLOCK];
-  for (std::size_t done = 0; done < count; done += block) {
-    const std::size_t n = std::min(block, count - done);
-    gather(words, stored + done * stride, n, stride);
-    decodeBlock<Codec>(words, values + done, n, specials);
+  if (overlap(stored, span, values, count * sizeof(double))) {  // results fall on values that are still to be read
+    for (std::size_t i = 0; i < count; ++i) values[i] = decode<Codec>(load<Word>(stored + i * stride), specials);
+    return;
+  }
+  for (std::size_t done = 0; done < count; done += BLOCK) {
+    const std::size_t n = std::min(BLOCK, count - done);
+    const unsigned char* const from = stored + done * stride;
+    if (stride == sizeof(Word)) {  // a constant stride lets the compiler use vectors
+      decodeBlock<Codec>(from, sizeof(Word), values + done, n, specials);
+    } else {
+      decodeBlock<Codec>(from, stride, values + done, n, specials);
+    }
   }
 }
 
@@ -213,7 +216,7 @@ template <typename Use>
 void FpFormat::with_codec(Use use) const {
   using namespace floatfmt;
   require_ready();
-  const Specials specials{fMarks, mark_offset() * 8};
+  const Specials specials(fMarks, mark_offset() * 8);
   if (fWidth == 8) {
     if ((fFlags & VAX) != 0) return use(VaxDouble(), specials);
     if ((fFlags & SWAPPED) != 0) return use(Swapped<std::uint64_t>(), specials);

@@ -18,8 +18,9 @@ constexpr std::uint64_t reverse(std::uint64_t v) { return __builtin_bswap64(v); 
 /// VAX stores its 16-bit words from the top down: this puts the first one on top, and back.
 constexpr std::uint32_t reverseWords(std::uint32_t v) { return std::rotl(v, 16); }
 constexpr std::uint64_t reverseWords(std::uint64_t v) {
-  return std::uint64_t{reverseWords(static_cast<std::uint32_t>(v))} << 32 |
-         reverseWords(static_cast<std::uint32_t>(v >> 32));
+  constexpr std::uint64_t EVEN_WORDS = 0x0000FFFF0000FFFF;
+  v = std::rotl(v, 32);
+  return (v & EVEN_WORDS) << 16 | ((v >> 16) & EVEN_WORDS);
 }
 
 // VAX single: sign, exponent and fraction stand where an IEEE single has them; the exponent is 2 larger.
@@ -40,8 +41,7 @@ constexpr std::uint64_t SIGN = std::uint64_t{1} << 63;
 
 constexpr std::uint64_t fp_from_vax_double(std::uint64_t stored) {
   const std::uint64_t bits = reverseWords(stored);
-  const std::uint64_t exponent = ((bits >> 55) & 0xFF) + 894;
-  return (bits & SIGN) | exponent << 52 | ((bits >> 3) & 0xFFFFFFFFFFFFF);
+  return (bits & SIGN) | (((bits & ~SIGN) >> 3) + (std::uint64_t{894} << 52));
 }
 
 constexpr std::uint64_t fp_to_vax_double(std::uint64_t bits) {
@@ -49,10 +49,12 @@ constexpr std::uint64_t fp_to_vax_double(std::uint64_t bits) {
   return reverseWords((bits & SIGN) | exponent << 55 | ((bits << 3) & 0x7FFFFFFFFFFFFF));
 }
 
-/// At width 8 a codec's words are 64 bits, those of doubles; at width 4 32 bits, those of floats.
+/// At width 8 a codec's words are 64 bits, those of doubles; at width 4 32 bits, those of floats. One that decodes zero
+/// makes it 0.0 by itself.
 template <typename Bits>
 struct HostOrder {
   using Word = Bits;
+  static constexpr bool DECODES_ZERO = true;
   static constexpr Word decode(Word stored) { return stored; }
   static constexpr Word encode(Word bits) { return bits; }
 };
@@ -60,18 +62,21 @@ struct HostOrder {
 template <typename Bits>
 struct Swapped {
   using Word = Bits;
+  static constexpr bool DECODES_ZERO = true;
   static constexpr Word decode(Word stored) { return reverse(stored); }
   static constexpr Word encode(Word bits) { return reverse(bits); }
 };
 
 struct VaxSingle {
   using Word = std::uint32_t;
+  static constexpr bool DECODES_ZERO = false;
   static constexpr Word decode(Word stored) { return fp_from_vax_single(stored); }
   static constexpr Word encode(Word bits) { return fp_to_vax_single(bits); }
 };
 
 struct VaxDouble {
   using Word = std::uint64_t;
+  static constexpr bool DECODES_ZERO = false;
   static constexpr Word decode(Word stored) { return fp_from_vax_double(stored); }
   static constexpr Word encode(Word bits) { return fp_to_vax_double(bits); }
 };
