@@ -111,27 +111,44 @@ typename Codec::Word encode(double value, const Specials& specials) {
 
 constexpr std::size_t BLOCK = 256;  // values that are decoded before a look at what was special among them
 
-/// The top bit is set if `v` is zero and clear otherwise: a comparison of 64 bits that vectors have on every machine.
-template <typename Word>
-constexpr Word zeroAtTop(Word v) {
-  return static_cast<Word>((v - 1) & ~v);
+/// The top bit is set if `v` is zero and clear otherwise: a comparison that vectors of all words have on every machine.
+template <typename Words>
+Words zeroAtTop(Words v) {
+  return (v - 1) & ~v;
 }
 
-/// Decodes `n` values that lie `stride` apart and don't overlap `values`. All go the ordinary way first, without a
-/// branch and with a note of what doesn't belong there; seldom is a second pass needed.
+void store(double* to, floatfmt::Words64 bits) { std::memcpy(to, &bits, sizeof bits); }
+void store(double* to, floatfmt::Words32 bits) {
+  float values[4];
+  std::memcpy(values, &bits, sizeof bits);
+  for (std::size_t i = 0; i < 4; ++i) to[i] = values[i];
+}
+
+/// Decodes BLOCK consecutive words that don't overlap `values`, all in the ordinary way. True if a word among them may
+/// be special.
 template <typename Codec>
-[[gnu::always_inline]] inline void decodeBlock(const unsigned char* stored, std::size_t stride,
-                                               double* __restrict values, std::size_t n, const Specials& specials) {
+bool decodeBlock(const unsigned char* stored, double* values, const Specials& specials) {
   using Word = typename Codec::Word;
-  Word special = 0;
+  using Words = typename Codec::Words;
+  constexpr std::size_t STEP = sizeof(Words) / sizeof(Word);
   const Word fixed = Word{specials.fixed} << specials.shift, common = Word{specials.common} << specials.shift;
-  for (std::size_t i = 0; i < n; ++i) {
-    const Word word = load<Word>(stored + i * stride);
-    special |= zeroAtTop<Word>((word & fixed) ^ common);
-    if constexpr (!Codec::DECODES_ZERO) special |= zeroAtTop(word);
-    values[i] = asDouble(Codec::decode(word));
+  Words special = {};
+  for (std::size_t i = 0; i < BLOCK; i += STEP) {
+    Words words;
+    std::memcpy(&words, stored + i * sizeof(Word), sizeof words);
+    special |= zeroAtTop<Words>((words & fixed) ^ common);
+    if constexpr (!Codec::DECODES_ZERO) special |= zeroAtTop(words);
+    store(values + i, Codec::template decode<Words>(words));
   }
-  if (special >> (sizeof(Word) * 8 - 1) == 0) return;
+  Word all = 0;
+  for (std::size_t i = 0; i < STEP; ++i) all |= special[i];
+  return all >> (sizeof(Word) * 8 - 1) != 0;
+}
+
+template <typename Codec>
+void decodeSingly(const unsigned char* stored, double* values, std::size_t n, std::size_t stride,
+                  const Specials& specials) {
+  using Word = typename Codec::Word;
   for (std::size_t i = 0; i < n; ++i) values[i] = decode<Codec>(load<Word>(stored + i * stride), specials);
 }
 
@@ -140,24 +157,22 @@ bool overlap(const void* a, std::size_t aSize, const void* b, std::size_t bSize)
   return x < y + bSize && y < x + aSize;
 }
 
+/// Whole blocks go the ordinary way first, and only those with something special in them are read again.
 template <typename Codec>
 void decodeAll(const unsigned char* stored, double* values, std::size_t count, std::size_t stride,
                const Specials& specials) {
-  using Word = typename Codec::Word;
-  const std::size_t span = (count - 1) * stride + sizeof(Word);
-  if (overlap(stored, span, values, count * sizeof(double))) {  // results fall on values that are still to be read
-    for (std::size_t i = 0; i < count; ++i) values[i] = decode<Codec>(load<Word>(stored + i * stride), specials);
-    return;
-  }
-  for (std::size_t done = 0; done < count; done += BLOCK) {
-    const std::size_t n = std::min(BLOCK, count - done);
-    const unsigned char* const from = stored + done * stride;
-    if (stride == sizeof(Word)) {  // a constant stride lets the compiler use vectors
-      decodeBlock<Codec>(from, sizeof(Word), values + done, n, specials);
-    } else {
-      decodeBlock<Codec>(from, stride, values + done, n, specials);
+  constexpr std::size_t WIDTH = sizeof(typename Codec::Word);
+  const std::size_t span = (count - 1) * stride + WIDTH;
+  std::size_t done = 0;
+  if (stride == WIDTH && !overlap(stored, span, values, count * sizeof(double))) {
+    for (; count - done >= BLOCK; done += BLOCK) {
+      const unsigned char* const from = stored + done * WIDTH;
+      if (decodeBlock<Codec>(from, values + done, specials)) {
+        decodeSingly<Codec>(from, values + done, BLOCK, WIDTH, specials);
+      }
     }
   }
+  decodeSingly<Codec>(stored + done * stride, values + done, count - done, stride, specials);
 }
 
 }  // namespace
