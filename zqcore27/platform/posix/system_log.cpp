@@ -5,6 +5,7 @@
 #include <sys/uio.h>
 #include <sys/un.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -15,7 +16,6 @@ inline namespace zqcore27 {
 namespace platform {
 
 using posix::gSystemCalls;
-using posix::uninterrupted;
 
 namespace {
 
@@ -67,8 +67,13 @@ bool sendDatagram(int descriptor, iovec* pieces, std::size_t n) {
   message.msg_namelen = sizeof address;
   message.msg_iov = pieces;
   message.msg_iovlen = n;
-  return uninterrupted([&] { return gSystemCalls.sendmsg(descriptor, &message, MSG_NOSIGNAL); }) >= 0 ||
-         errno != EMSGSIZE;
+  // A signal starts the socket's patience anew, so a host with a timer would wait for ever: the whole has a limit, too.
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(PATIENCE.tv_sec);
+  ssize_t sent;
+  do {
+    sent = gSystemCalls.sendmsg(descriptor, &message, MSG_NOSIGNAL);
+  } while (sent < 0 && errno == EINTR && std::chrono::steady_clock::now() < limit);
+  return sent >= 0 || errno != EMSGSIZE;
 }
 
 /// The most bytes of `text`, `n` at most, that don't end within a character of UTF-8.
