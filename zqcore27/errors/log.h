@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <ostream>
 #include <sstream>
+#include <string>
 #include <utility>
 
 #include "zqcore27/core/memory.h"
@@ -47,6 +48,9 @@ class ZQCORE27_EXPORT LogListenerBuffer : public FromLibraryHeap, public std::ba
 
   /// The listener whose buffer it is; not owned, and not called.
   void setListener(LogListener* l) { fOwner = l; }
+  /// A copy of the text held. Giving the buffer another text isn't offered, since it would come from the host's heap.
+  std::string str() const { return std::basic_stringbuf<char>::str(); }
+  void swap(std::basic_stringbuf<char>&) = delete;
   /// Drops what was written, keeps the room. Returns 0.
   int sync() override;
 
