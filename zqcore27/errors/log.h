@@ -39,8 +39,8 @@ ZQCORE27_EXPORT void log_event(String message, String source, unsigned short cat
 
 /// The stream buffer of a listener. What is written is held until the next flush, which drops it: nothing reaches
 /// LogListener::log this way. Its text lies on the library's heap. It takes 1 GiB at most, then writing fails.
-/// Write to it and read its str(); of the inherited operations str(text), std::move(buffer).str() and swap aren't for
-/// it: they expect the text in the standard library's own string. Threads: one at a time.
+/// Called through the base class, str(text), str() of a moved buffer and swap aren't for it: they expect the text in
+/// the standard library's own string. Threads: one at a time.
 class ZQCORE27_EXPORT LogListenerBuffer : public FromLibraryHeap, public std::basic_stringbuf<char> {
  public:
   LogListenerBuffer();
