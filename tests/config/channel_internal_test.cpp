@@ -6,7 +6,6 @@
 #include "zqcore27/config/channel.h"
 #include "zqcore27/config/decrypt_channel.h"
 #include "zqcore27/config/file_channel.h"
-#include "zqcore27/errors/string_error.h"
 #include "zqcore27/strings/transcode.h"
 
 namespace {
@@ -124,11 +123,18 @@ TEST(FileChannelTest, AByteOfOneEndsItForGood) {
 }
 
 TEST(FileChannelTest, TheEndStaysWhenItIsTaken) {
-  for (const char* text : {"a", "a\x1Az"}) {
-    const BytesFile file(text);
-    ConfigDataChannelIFile channel(file.locator());
-    EXPECT_EQ(channel.getC(), 'a');
-    for (int i = 0; i != 3; ++i) EXPECT_EQ(channel.getC(), END);
+  for (const char* text : {"a", "a\x1Az", "a\xC0\x9Az"}) {
+    const BytesFile plain(text), scrambled(armoured(text));
+    auto source = std::make_unique<ConfigDataChannelIFile>(scrambled.locator());
+    ConfigDataChannelIFile file(plain.locator());
+    ConfigDataChannelIDecrypt decrypted(std::move(source), 0);
+    file.setUTF8(true);
+    decrypted.setUTF8(true);
+    EXPECT_TRUE(allOf(file, 1) == Units({'a'})) << text;
+    EXPECT_EQ(decrypted.getC(), '\n');
+    EXPECT_EQ(decrypted.getC(), 'a');
+    EXPECT_EQ(decrypted.getC(), text[1] == 0 ? '\n' : END) << text;
+    for (int i = 0; i != 2; ++i) EXPECT_EQ(decrypted.getC(), END) << text;
   }
 }
 

@@ -3,7 +3,6 @@
 #include <random>
 
 #include "tests/config/sources.h"
-#include "zqcore27/errors/string_error.h"
 
 namespace {
 
@@ -11,8 +10,8 @@ std::size_t openDescriptors() {
   return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
 }
 
-TEST(ConfigFileTest, WhatCannotBeOpenedIsRefusedWithItsPath) {
-  const BytesFile file("x");
+TEST(ConfigFileTest, WhatCannotBeOpenedIsRefusedAndReleased) {
+  const BytesFile file("\xE9t\xE9\n");
   const std::filesystem::path large = file.path().parent_path() / "large.conf";
   std::ofstream(large) << "a\n";
   std::filesystem::resize_file(large, std::uintmax_t{1} << 32);
@@ -29,14 +28,8 @@ TEST(ConfigFileTest, WhatCannotBeOpenedIsRefusedWithItsPath) {
       EXPECT_EQ(utf8(String(e.getInsert(0)->get(nullptr))), path.empty() ? "./" : path.string());
     }
   }
-  EXPECT_EQ(openDescriptors(), before);
-}
-
-TEST(ConfigFileTest, ALookAtTheFirstCharacterThatFailsReleasesTheFile) {
-  const BytesFile file("\xE9t\xE9\n");
   setACPid(65001);
-  const std::size_t before = openDescriptors();
-  EXPECT_THROW(Config config(file.locator()), StringError);
+  EXPECT_THROW(Config config(file.locator()), StringError);  // out of the look at the first character
   EXPECT_EQ(openDescriptors(), before);
 }
 
@@ -52,48 +45,32 @@ TEST(ConfigFileTest, UTF8IsSetBehindTheLook) {
   setACPid(65001);
 }
 
-TEST(ConfigFileTest, RefusedNativeBytesAreSteppedOver) {
-  setACPid(65001);
-  const BytesFile file("a \xFF b\nc \xFF\xFF d\ne\n");
-  Config config(file.locator());
-  EXPECT_THROW(config.nextToken(), StringError);  // behind the word, which is held
-  EXPECT_EQ(utf8(config.getKeyword()), "a");
-  EXPECT_EQ(utf8(config.getKeyword()), "b");
-  config.checkEOS();
-  EXPECT_THROW(config.nextToken(), StringError);
-  config.skipLine();
-  EXPECT_EQ(allTokens(config), "K(e) <EOS> <EOF>");
-}
-
-TEST(ConfigFileTest, ARefusedByteBehindACompleteTokenLeavesItHeld) {
-  setACPid(65001);
+TEST(ConfigFileTest, ARefusedByteLosesNothingButItself) {
   static constexpr struct {
     int line;
-    const char* text;
-    Config::TokenType type;
-    const char* token;
-  } ROWS[] = {{__LINE__, "\"abc\"\xFF b\n", Config::STRING_TOKEN, "abc"},
-              {__LINE__, "'abc'\xFF b\n", Config::KEYWORD_TOKEN, "'abc'"},
-              {__LINE__, "=\xFF b\n", Config::EQUALS_TOKEN, "="}};
+    bool decrypt;
+    const char *text, *tokens;
+  } ROWS[] = {
+      {__LINE__, false, "a \xFF z\n", "!122 K(a) K(z) <EOS> <EOF>"},
+      {__LINE__, false, "1 \"a\"\xFF\"b\"\n", "I(1) !122 S(a) S(b) <EOS> <EOF>"},
+      {__LINE__, false, "1 'a'\xFF'b'\n", "I(1) !122 K('a') K('b') <EOS> <EOF>"},
+      {__LINE__, false, "1 'a''b\xFFz'\n", "I(1) !122 I('a'b) K(z) !10a(') <EOS> <EOF>"},
+      {__LINE__, false, "1=\xFF z\n", "I(1) !122 = K(z) <EOS> <EOF>"},
+      {__LINE__, false, "1 *\xFF*z\n", "I(1) !122 I(*) K(*z) <EOS> <EOF>"},  // no separator by itself
+      {__LINE__, true, "y\xFFz\nghi\n", "!122  K(yz) <EOS> K(ghi) <EOS> <EOF>"},
+  };
+  setACPid(65001);
   for (const auto& row : ROWS) {
-    SCOPED_TRACE(row.line);
-    const BytesFile file(row.text);
-    Config config(file.locator());
-    config.enableSeparators(Config::SEP_EQUALS | Config::SEP_EQUALS_EQUALS);
-    EXPECT_THROW(config.nextToken(), StringError);
-    EXPECT_EQ(config.nextToken(), row.type);
-    EXPECT_EQ(utf8(config.tokenText()), row.token);
-    config.releaseToken();
-    EXPECT_EQ(allTokens(config), "K(b) <EOS> <EOF>");
+    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
+    Source source(Kind::PLAIN_FILE, row.text);
+    source->enableSeparators(Config::SEP_EQUALS | Config::SEP_EQUALS_EQUALS | Config::SEP_STAR_STAR);
+    if (row.decrypt) source->enableDecryption(0, false);
+    EXPECT_EQ(allTokens(*source), row.tokens);
   }
-  const BytesFile plain(
-      "abc\xFF"
-      "def\nghi\n");
-  Config decrypted(plain.locator());
-  decrypted.enableDecryption(0, false);
-  EXPECT_THROW(decrypted.nextToken(), StringError);
-  decrypted.releaseToken();
-  EXPECT_EQ(allTokens(decrypted), "K(abcdef) <EOS> K(ghi) <EOS> <EOF>");  // the byte is lost, and nothing else
+  Source source(Kind::PLAIN_FILE, "c \xFF\xFF d\ne\n");
+  EXPECT_THROW(source->nextToken(), StringError);
+  source->skipLine();
+  EXPECT_EQ(allTokens(*source), "K(e) <EOS> <EOF>");
 }
 
 // The reader may be anywhere in the first five blocks when the file is cut: the cut lies behind them.

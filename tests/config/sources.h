@@ -14,6 +14,7 @@
 #include "tests/support/text.h"
 #include "zqcore27/config/config.h"
 #include "zqcore27/config/config_error.h"
+#include "zqcore27/errors/string_error.h"
 #include "zqcore27/files/file_locator.h"
 #include "zqcore27/strings/armour.h"
 
@@ -115,7 +116,8 @@ inline std::string codeName(const Error& e) {
   return out.str();
 }
 
-/// Every token up to the end of the text, statements closed, errors with what was read of the token.
+/// Every token up to the end of the text, statements closed, errors with what was read of the token; behind refused
+/// bytes, the token that they leave held.
 inline std::string allTokens(Config& config) {
   std::string out;
   for (int budget = 300000; budget != 0; --budget) {
@@ -128,6 +130,8 @@ inline std::string allTokens(Config& config) {
       } else {
         config.releaseToken();
       }
+    } catch (const StringError& e) {
+      out += (out.empty() ? "" : " ") + codeName(e);
     } catch (const ConfigError& e) {
       out += (out.empty() ? "" : " ") + codeName(e) + "(" + utf8(config.tokenText()) + ")";
       config.releaseToken();

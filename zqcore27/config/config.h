@@ -116,8 +116,8 @@ class ZQCORE27_EXPORT Config {
   static constexpr std::uint16_t EOF_CHAR = 26;
 
   /// Reads the bytes of `s`, which must outlive the object, each as one character: 7-bit text, in effect. A zero byte
-  /// ends the text.
-  /// A stream whose exceptions() are on raises them out of every reading operation.
+  /// ends the text. A stream whose exceptions() are on makes nextToken throw std::ios_base::failure at the end of the
+  /// text.
   explicit Config(std::istream& s);
   /// Reads `s` up to its first zero unit. The string must outlive the object, its text unchanged.
   explicit Config(const String& s);

@@ -297,7 +297,8 @@ Config::TokenType Config::enabled_separator(std::uint16_t c) {
       if (take_if(static_cast<std::uint16_t>(s.second))) return s.type;
     }
   } catch (...) {
-    if (single != NO_TOKEN) set_tok_str_to_sep(single);  // complete, whatever stands behind it
+    TokenWriter(*this, KEYWORD_SIZE, ConfigError::WORD_TOO_LONG).put(c);
+    if (single != NO_TOKEN) fType = single;  // complete, whatever stands behind it; otherwise a word had begun
     throw;
   }
   return single;

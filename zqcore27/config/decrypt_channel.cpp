@@ -47,6 +47,7 @@ std::uint16_t ConfigDataChannelIDecrypt::getC() {
     ++fCursor;
     throw;
   }
+  if (ch == Config::EOF_CHAR) fLastBytes = 0;  // an over-long one, which stays as well
   fCursor += fLastBytes;
   return ch;
 }
@@ -76,7 +77,10 @@ bool ConfigDataChannelIDecrypt::extend_raw_line() {
     } else if (c == Config::EOF_CHAR) {
       fSourceEnded = true;
     } else {
-      if (fRaw.size() == LONGEST_LINE) throw MemError(MemError::TOO_LARGE, false);
+      if (fRaw.size() == LONGEST_LINE) {
+        fRawComplete = true;  // or every further character would be an error
+        throw MemError(MemError::TOO_LARGE, false);
+      }
       fRaw.push_back(c);
       fSourceEnded = fSource->cutOff();  // or the line would never end
     }

@@ -135,6 +135,7 @@ std::uint16_t ConfigDataChannelIFile::get_other() {
     take_block();
     fLastBytes = decode_here(false, &ch);
   }
+  if (ch == Config::EOF_CHAR) fLastBytes = 0;  // an over-long one, which stays as well
   fCursor += fLastBytes;
   return ch;
 }
