@@ -18,8 +18,8 @@ class CStr;
 ///
 /// with the time in UTC and the level. Control characters become `#` and three octal digits, so that a message is one
 /// line. An error is worded by `words`, which may be null and must outlive the listener, and followed by its code.
-/// Threads: any number may log at once, each error by one of them; the lines stand in the order of their times as far
-/// as the clock isn't set back.
+/// Threads: any number may log at once, each error by one of them, and `words` must bear that; the lines stand in the
+/// order of their times as far as the clock isn't set back.
 class ZQCORE27_EXPORT LineLogListener : public LogListener {
  public:
   ~LineLogListener() override;
@@ -65,7 +65,8 @@ class ZQCORE27_EXPORT WritingLogListener : public LineLogListener {
 };
 
 /// Writes lines in UTF-8 to a stream of the host's, and flushes it after each one. Once the stream has failed, messages
-/// are lost until the host clears its state. Threads: as LineLogListener; nobody else uses the stream meanwhile.
+/// are lost until the host clears its state; what the stream took of a line by then stays, and the next line follows
+/// it. Threads: as LineLogListener; nobody else uses the stream meanwhile.
 class ZQCORE27_EXPORT StreamLogListener : public WritingLogListener {
  public:
   /// `stream` must outlive the listener.

@@ -87,7 +87,8 @@ class ZQCORE27_EXPORT FpFormat {
   void putHostValues(void* stored, const double* values, std::size_t count, std::size_t stride) const;
 
   /// Puts the stored form of kind 7 into `*mark`, as a 32-bit word in host order, and returns its byte offset in a
-  /// stored value, 0 or 4: enough to test stored data for that kind without converting it. Errors: FPError::NOT_READY.
+  /// stored value, 0 or 4: enough to test stored data for that kind without converting it. Errors: FPError::NOT_READY,
+  /// also after a refused set-up with a width other than 4 and 8.
   std::int32_t getHostMARK(std::uint32_t* mark) const;
 
  private:
