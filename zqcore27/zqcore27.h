@@ -2,6 +2,12 @@
 
 // Every exported class and function of the library.
 
+#include "zqcore27/blocks/sb_tree.h"
+#include "zqcore27/blocks/sb_tree_child_data.h"
+#include "zqcore27/blocks/sb_tree_child_iterator.h"
+#include "zqcore27/blocks/sb_tree_error.h"
+#include "zqcore27/blocks/sb_tree_iterator.h"
+#include "zqcore27/blocks/sb_tree_iterator_stack_frame.h"
 #include "zqcore27/blocks/supa_block.h"
 #include "zqcore27/blocks/supa_block_datum.h"
 #include "zqcore27/blocks/supa_block_error.h"
@@ -9,6 +15,7 @@
 #include "zqcore27/blocks/supa_block_header.h"
 #include "zqcore27/blocks/supa_block_hints.h"
 #include "zqcore27/blocks/supa_block_iterator.h"
+#include "zqcore27/blocks/tree_iterator.h"
 #include "zqcore27/catalogue/cstr.h"
 #include "zqcore27/catalogue/cstr_enterprise.h"
 #include "zqcore27/catalogue/cstr_error.h"

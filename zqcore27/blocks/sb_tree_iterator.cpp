@@ -1,0 +1,203 @@
+#include "zqcore27/blocks/sb_tree_iterator.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "zqcore27/blocks/child_runs.h"
+#include "zqcore27/blocks/sb_tree.h"
+#include "zqcore27/blocks/supa_block_error.h"
+
+inline namespace zqcore27 {
+
+namespace {
+
+constexpr std::uint32_t IDX_NONE = SBTree::IDX_NONE;
+
+}  // namespace
+
+SBTreeIterator::SBTreeIterator(SBTree* tree) { initialise_iter(tree); }
+
+SBTreeIterator::~SBTreeIterator() {
+  if (fTree != nullptr) fTree->detach_iterator(this);
+}
+
+void SBTreeIterator::initialise_iter(SBTree* tree) {
+  fFrames.reserve(10);
+  fTop = -1;
+  fCurrent = IDX_NONE;
+  attach_to(tree);
+  OrlanSynchronized lock(fMutex);
+  fValid = tree != nullptr;
+}
+
+/// Moves the attachment, if that can be done. `tree` may be null.
+void SBTreeIterator::attach_to(SBTree* tree) {
+  if (tree == fTree) return;
+  if (tree != nullptr) tree->attach_iterator(this);
+  if (fTree != nullptr) fTree->detach_iterator(this);
+  fTree = tree;
+}
+
+TreeIterator& SBTreeIterator::operator=(TreeIterator& other) {
+  testIter(true);
+  if (const auto* from = dynamic_cast<SBTreeIterator*>(&other)) *this = std::as_const(*from);
+  return *this;
+}
+
+SBTreeIterator& SBTreeIterator::operator=(const SBTreeIterator& other) {
+  testIter(true);
+  auto frames = other.fFrames;
+  attach_to(other.fTree);
+  fTop = other.fTop;
+  fCurrent = other.fCurrent;
+  fFrames = std::move(frames);
+  return *this;
+}
+
+bool SBTreeIterator::testIter(bool raise) {
+  OrlanSynchronized lock(fMutex);
+  if (!fValid && raise) throw SupaBlockError(SupaBlockError::INVALID_ITERATOR, false);
+  return fValid;
+}
+
+void SBTreeIterator::invalidate() {
+  OrlanSynchronized lock(fMutex);
+  fValid = false;
+}
+
+std::uint32_t SBTreeIterator::getNodeIndex() {
+  testIter(true);
+  return fTop < 1 ? IDX_NONE : this_idx();
+}
+
+unsigned int SBTreeIterator::getNodeDepth() {
+  testIter(true);
+  return static_cast<unsigned int>(fTop);
+}
+
+TreeIterator* SBTreeIterator::vConstruct() { return new SBTreeIterator(fTree); }
+
+bool SBTreeIterator::operator==(TreeIterator& other) {
+  testIter(true);
+  const auto* it = dynamic_cast<SBTreeIterator*>(&other);
+  if (it == nullptr || it->fTree != fTree || it->fTop != fTop) return false;
+  return fTop < 1 || std::equal(fFrames.begin() + 1, fFrames.begin() + fTop + 1, it->fFrames.begin() + 1);
+}
+
+bool SBTreeIterator::isAParent() {
+  testIter(true);
+  return fTop >= 0 && fTree->indexIsAParent(this_idx());
+}
+
+bool SBTreeIterator::isAClone() {
+  testIter(true);
+  if (fTop < 0) return false;
+  if (fTree->fClones == nullptr) return true;
+  for (std::int32_t depth = fTop; depth > 0; --depth) {
+    if (fTree->is_clone(frame(depth).fIndex)) return true;
+  }
+  return false;
+}
+
+bool SBTreeIterator::isADescendant(std::int32_t idx) {
+  const auto wanted = static_cast<std::uint32_t>(idx);
+  return std::any_of(fFrames.begin(), fFrames.begin() + fTop + 1,
+                     [wanted](const SBTreeIteratorStackFrame& f) { return f.fIndex == wanted; });
+}
+
+// The path.
+
+std::uint32_t SBTreeIterator::this_idx() {
+  if (fCurrent == IDX_NONE && fTop >= 0) fCurrent = top().fIndex;
+  return fCurrent;
+}
+
+unsigned char* SBTreeIterator::block_of(SBTreeIteratorStackFrame& frame) {
+  if (frame.fHeader == nullptr) frame.fHeader = fTree->node_block(frame.fIndex);
+  return frame.fHeader;
+}
+
+unsigned char* SBTreeIterator::this_node() {
+  if (fTop < 0) return nullptr;
+  this_idx();
+  return block_of(top());
+}
+
+unsigned char* SBTreeIterator::parent_node() {
+  return fTop < 1 ? nullptr : block_of(fFrames[static_cast<std::size_t>(fTop) - 1]);
+}
+
+std::uint32_t SBTreeIterator::first_child_idx() { return SBTree::node_first_child_idx(this_node()); }
+
+std::uint32_t SBTreeIterator::last_child_idx() { return SBTree::node_last_child_idx(this_node()); }
+
+void SBTreeIterator::replace_top_idx(std::uint32_t idx) {
+  if (fTop < 0) return;
+  SBTreeIteratorStackFrame& frame = top();
+  frame.fIndex = idx;
+  frame.fRun = 0;
+  frame.fHeader = nullptr;
+  fCurrent = idx;
+}
+
+SBTreeIteratorStackFrame* SBTreeIterator::push_frame() {
+  if (static_cast<std::size_t>(fTop + 1) == fFrames.size()) fFrames.emplace_back();
+  ++fTop;
+  fCurrent = IDX_NONE;
+  return &top();
+}
+
+void SBTreeIterator::push_idx(std::uint32_t idx) {
+  push_frame();
+  replace_top_idx(idx);
+}
+
+/// The bottom frame stays: null, and nothing moves.
+SBTreeIteratorStackFrame* SBTreeIterator::pop_frame() {
+  if (fTop < 1) return nullptr;
+  --fTop;
+  return &top();
+}
+
+std::uint32_t SBTreeIterator::pop_idx() {
+  fCurrent = IDX_NONE;
+  if (const SBTreeIteratorStackFrame* frame = pop_frame()) fCurrent = frame->fIndex;
+  return fCurrent;
+}
+
+// Changes of the tree. fCurrent is read again from the top frame after an index has changed.
+
+void SBTreeIterator::impact_frames_in_range(std::int32_t first, std::int32_t last) {
+  for (SBTreeIteratorStackFrame& f : fFrames) {
+    if (f.fIndex >= std::int64_t{first} && f.fIndex <= std::int64_t{last}) f.fHeader = nullptr;
+  }
+}
+
+void SBTreeIterator::insert_into_frames(std::int32_t idx) {
+  for (SBTreeIteratorStackFrame& f : fFrames) {
+    if (f.fIndex < std::int64_t{idx}) continue;
+    ++f.fIndex;
+    f.fHeader = nullptr;
+  }
+  fCurrent = IDX_NONE;
+}
+
+void SBTreeIterator::delete_from_frames(std::int32_t idx) {
+  for (SBTreeIteratorStackFrame& f : fFrames) {
+    if (f.fIndex <= std::int64_t{idx}) continue;
+    --f.fIndex;
+    f.fHeader = nullptr;
+    f.fRun = 0;
+  }
+  fCurrent = IDX_NONE;
+}
+
+/// For a store that is about to go: nothing of it is read again.
+void SBTreeIterator::forget_blocks() {
+  for (SBTreeIteratorStackFrame& f : fFrames) {
+    f.fHeader = nullptr;
+    f.fRun = 0;
+  }
+}
+
+}  // namespace zqcore27
