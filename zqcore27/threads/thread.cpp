@@ -2,7 +2,7 @@
 
 #include "zqcore27/core/core.h"
 #include "zqcore27/core/core_hold.h"
-#include "zqcore27/threads/thread_error.h"
+#include "zqcore27/threads/system_call_error.h"
 
 inline namespace zqcore27 {
 
@@ -59,12 +59,7 @@ void OrlanThread::set_priority(int priority) {
   try {
     setPriority(priority);
   } catch (const JTCSystemCallException& e) {
-    ThreadError error(ThreadError::SYSTEM_CALL_FAILED, false);
-    String number;
-    number.build("%d", e.getError());
-    error.addInsert(number);
-    error.addInsert(String(e.getMessage()));
-    throw error;
+    throw systemCallError(e);
   }
 }
 
