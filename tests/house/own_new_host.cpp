@@ -3,13 +3,38 @@
 #include <cstdio>
 #include <cstdlib>
 #include <new>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "zqcore27/zqcore27.h"
 
 namespace {
-int gAllocations = 0;
+int gAllocations = 0, gFrees = 0;
+
+struct Listener : LogListener {
+  void log(const Error&, LogVerbosityCode) override {}
+  void log(const String&, LogVerbosityCode) override {}
+};
+
+/// A listener whose text is grown, given, taken and exchanged through the standard library's class, and who goes with a
+/// text in hand.
+bool listen() {
+  CoreLog log;
+  log.setLog(new Listener);
+  LogListener& listener = *log.getListener();
+  auto& buffer = dynamic_cast<std::stringbuf&>(*listener.rdbuf());
+  std::string large(5000, 'x');
+  listener << large << large;
+  std::stringbuf other(large);
+  buffer.swap(other);
+  listener << 'y';
+  const bool exchanged = buffer.str() == 'y' + large.substr(1) && std::move(buffer).str() != other.str();
+  buffer.str(large);
+  listener << large << large;
+  return exchanged && buffer.view().size() == 10000;
 }
+}  // namespace
 
 void* operator new(std::size_t n) {
   ++gAllocations;
@@ -17,7 +42,7 @@ void* operator new(std::size_t n) {
   return static_cast<char*>(std::malloc(n + 16)) + 16;
 }
 void operator delete(void* p) noexcept {
-  if (p != nullptr) std::free(static_cast<char*>(p) - 16);
+  if (p != nullptr) ++gFrees, std::free(static_cast<char*>(p) - 16);
 }
 void operator delete(void* p, std::size_t) noexcept { operator delete(p); }
 
@@ -42,6 +67,10 @@ int main() {
   const FileLocator& unknown = *locator;
   if (!unknown.listFiles(names) || names.size() < 2 || gAllocations == 0) {
     return std::puts("a listing grew on the library's heap"), 1;
+  }
+  gAllocations = gFrees = 0;
+  if (!listen() || gAllocations < 6 || gAllocations != gFrees) {
+    return std::puts("the text of a listener's stream crossed the heaps"), 1;
   }
   gAllocations = 0;
 

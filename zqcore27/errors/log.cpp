@@ -1,7 +1,7 @@
 #include "zqcore27/errors/log.h"
 
 #include <algorithm>
-#include <cstring>
+#include <new>
 
 #include "zqcore27/errors/single_line.h"
 #include "zqcore27/platform/system_log.h"
@@ -11,8 +11,7 @@ inline namespace zqcore27 {
 
 namespace {
 
-constexpr std::uint32_t MAX_TAG = 32;                           // characters
-constexpr unsigned int FIRST_ROOM = 512, MOST_ROOM = 1u << 30;  // bytes of a stream buffer
+constexpr std::uint32_t MAX_TAG = 32;  // characters
 
 bool mayStandInTag(std::uint16_t c) { return c > ' ' && c < 0x7F && c != ':' && c != '[' && c != ']'; }
 
@@ -50,7 +49,16 @@ void log_event(String message, String source, unsigned short category, std::uint
 
 LogListenerBuffer::LogListenerBuffer() : std::basic_stringbuf<char>(std::ios_base::in | std::ios_base::out) {}
 
-LogListenerBuffer::~LogListenerBuffer() = default;
+// The text is grown by the standard library or by a host, with the host's operator new, and the base's destructor would
+// be compiled into this library, whose operator delete is another. So the text goes to a string buffer that the
+// standard library destroys: by a virtual call, which the volatile keeps the compiler from seeing through.
+LogListenerBuffer::~LogListenerBuffer() {
+  alignas(std::stringbuf) unsigned char room[sizeof(std::stringbuf)];
+  auto* const grave = new (room) std::stringbuf;
+  std::stringbuf::swap(*grave);
+  std::streambuf* const volatile unseen = grave;
+  unseen->~basic_streambuf();
+}
 
 int LogListenerBuffer::sync() {
   setp(pbase(), epptr());
@@ -58,27 +66,8 @@ int LogListenerBuffer::sync() {
   return 0;
 }
 
-// The base would grow a text of its own, whose memory belongs to the standard library's heap.
-LogListenerBuffer::int_type LogListenerBuffer::overflow(int_type c) {
-  if (traits_type::eq_int_type(c, traits_type::eof())) return traits_type::not_eof(c);
-  if (pptr() == epptr() && !grow()) return traits_type::eof();
-  return sputc(traits_type::to_char_type(c));
-}
-
-/// Doubles the put area. What it holds moves along, wherever it was.
-bool LogListenerBuffer::grow() {
-  const auto written = static_cast<unsigned int>(pptr() - pbase());
-  if (written >= MOST_ROOM) return false;
-  const auto read = gptr() - eback();
-  MemResizable block(std::max(FIRST_ROOM, written * 2));
-  if (written != 0) std::memcpy(*block, pbase(), written);
-  fText = std::move(block);
-  char* const text = reinterpret_cast<char*>(*fText);
-  setp(text, text + fText.size());
-  pbump(static_cast<int>(written));
-  setg(text, text + read, text + written);
-  return true;
-}
+// The base writes behind the end of its text when that is taken by a move while the host's area is in use.
+std::streambuf* LogListenerBuffer::setbuf(char*, std::streamsize) { return this; }
 
 // --- LogListener ---
 

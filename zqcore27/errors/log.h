@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <ostream>
 #include <sstream>
-#include <string>
 #include <utility>
 
 #include "zqcore27/core/memory.h"
@@ -38,9 +37,8 @@ ZQCORE27_EXPORT void log_event(String message, String source, unsigned short cat
                                unsigned short id);
 
 /// The stream buffer of a listener. What is written is held until the next flush, which drops it: nothing reaches
-/// LogListener::log this way. Its text lies on the library's heap. It takes 1 GiB at most, then writing fails.
-/// Called through the base class, str(text), str() of a moved buffer and swap aren't for it: they expect the text in
-/// the standard library's own string. Threads: one at a time.
+/// LogListener::log this way. It is a string buffer with all of that class's operations; only an area of the host's
+/// own, given by pubsetbuf, is ignored. Threads: one at a time.
 class ZQCORE27_EXPORT LogListenerBuffer : public FromLibraryHeap, public std::basic_stringbuf<char> {
  public:
   LogListenerBuffer();
@@ -48,20 +46,14 @@ class ZQCORE27_EXPORT LogListenerBuffer : public FromLibraryHeap, public std::ba
 
   /// The listener whose buffer it is; not owned, and not called.
   void setListener(LogListener* l) { fOwner = l; }
-  /// A copy of the text held. Giving the buffer another text isn't offered, since it would come from the host's heap.
-  std::string str() const { return std::basic_stringbuf<char>::str(); }
-  void swap(std::basic_stringbuf<char>&) = delete;
   /// Drops what was written, keeps the room. Returns 0.
   int sync() override;
 
  protected:
-  int_type overflow(int_type c) override;
+  std::basic_streambuf<char>* setbuf(char*, std::streamsize) override;
 
  private:
-  bool grow();
-
   LogListener* fOwner = nullptr;
-  MemResizable fText;  // put area and get area
 };
 
 /// Where messages go, and which of them are kept: a host derives from it. It is an output stream too, whose text is

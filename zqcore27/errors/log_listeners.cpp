@@ -94,8 +94,9 @@ bool WritingLogListener::write_line(const String& line) {
   whole += u"\n";
   NatString bytes;
   whole.toUTF8(bytes);
+  const bool torn = std::exchange(fTorn, true);  // until it is written: a stream may throw
   const std::size_t n = bytes.size() - 1, stored = write_bytes(bytes.begin(), n);
-  if (stored != 0) fTorn = stored != n;
+  fTorn = stored == 0 ? torn : stored != n;
   return stored == n;
 }
 
@@ -107,9 +108,11 @@ StreamLogListener::StreamLogListener(std::ostream& stream, CStr* words, unsigned
 StreamLogListener::~StreamLogListener() = default;
 
 std::size_t StreamLogListener::write_bytes(const char* bytes, std::size_t n) {
+  const bool tried = fOut.good();
   fOut.write(bytes, static_cast<std::streamsize>(n));
   fOut.flush();
-  return fOut.good() ? n : 0;
+  if (fOut.good()) return n;
+  return tried ? n - 1 : 0;  // a stream doesn't tell how much of it stands: anything short of the whole
 }
 
 // --- FileLogListener ---

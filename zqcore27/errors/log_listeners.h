@@ -53,7 +53,8 @@ class ZQCORE27_EXPORT WritingLogListener : public LineLogListener {
   WritingLogListener(CStr* words, unsigned int verbosity);
 
   void take_line(String&& line) override ZQCORE27_REQUIRES(fMutex);
-  /// Writes `n` bytes, and returns how many are stored.
+  /// Writes `n` bytes, a line with its end, and returns how many are stored. When it was some but not all, or it threw,
+  /// the next line begins with a line end of its own.
   virtual std::size_t write_bytes(const char* bytes, std::size_t n) ZQCORE27_REQUIRES(fMutex) = 0;
 
  private:
@@ -61,12 +62,13 @@ class ZQCORE27_EXPORT WritingLogListener : public LineLogListener {
 
   std::uint32_t fLost ZQCORE27_GUARDED_BY(fMutex) = 0;
   std::uint32_t fUntold ZQCORE27_GUARDED_BY(fMutex) = 0;  // of them, those that no line has told of yet
-  bool fTorn ZQCORE27_GUARDED_BY(fMutex) = false;         // the last line lacks its end
+  bool fTorn ZQCORE27_GUARDED_BY(fMutex) = false;         // the last line may lack its end
 };
 
 /// Writes lines in UTF-8 to a stream of the host's, and flushes it after each one. Once the stream has failed, messages
-/// are lost until the host clears its state; what the stream took of a line by then stays, and the next line follows
-/// it. Threads: as LineLogListener; nobody else uses the stream meanwhile.
+/// are lost until the host clears its state; what the stream took of a line by then stays, and the next line begins
+/// a fresh one, behind an empty line if there was nothing. Threads: as LineLogListener; nobody else uses the stream
+/// meanwhile.
 class ZQCORE27_EXPORT StreamLogListener : public WritingLogListener {
  public:
   /// `stream` must outlive the listener.
