@@ -75,7 +75,9 @@ bool SBTree::treeData(std::uint32_t idx, SBTreeChildData* data) {
 
 bool SBTree::indexIsAParent(std::uint32_t idx) {
   if (!names_a_node(idx)) return false;
-  return fTerminators != nullptr ? !is_terminator(idx) : ChildRuns(node_block(idx)).count() != 0;
+  if (fTerminators != nullptr) return !is_terminator(idx);
+  SBTreeChildData data;
+  return treeData(idx, &data) && data.size() != 0;
 }
 
 void SBTree::terminatorHints(const Bitmap& bits) { fTerminators = without_root(bits); }
@@ -104,9 +106,19 @@ void SBTree::detach_iterator(SBTreeIterator* it) {
   std::erase(fIterators, it);
 }
 
-/// The handle of a node; null if there is none.
-unsigned char* SBTree::node_block(std::uint32_t idx) {
-  return fStore == nullptr ? nullptr : fStore->getBlock(block_idx(idx));
+/// The handle of a node; null if there is none. `near` is the superblock of the last node that was looked up, or null:
+/// neighbours on a walk seldom need a search. Superblocks live as long as their store.
+unsigned char* SBTree::node_block(std::uint32_t idx, SupaBlockHeader*& near) {
+  if (fStore == nullptr) return nullptr;
+  if (near == nullptr || !near->holds(block_idx(idx))) near = fStore->get_SB_for_idx(block_idx(idx));
+  return near == nullptr ? nullptr : fStore->get_block_hdr(near, block_idx(idx));
+}
+
+/// The handle of the node behind `idx`, whose own is `block`, if that is to be had without a look-up; null otherwise.
+unsigned char* SBTree::next_block(unsigned char* block, std::uint32_t idx, const SupaBlockHeader* near) {
+  if (block == nullptr || near == nullptr || !near->holds(block_idx(idx)) || block_idx(idx) == near->fLast)
+    return nullptr;
+  return SupaBlock::next_block_from_hdr(block);
 }
 
 std::uint32_t SBTree::node_first_child_idx(unsigned char* block) {

@@ -108,7 +108,8 @@ class ZQCORE27_EXPORT SBTree : public CallableClass<SupaBlockEvent> {
   static bool names_a_node(std::uint32_t idx) { return block_idx(idx) >= 0; }
   static std::uint32_t node_first_child_idx(unsigned char* block);
   static std::uint32_t node_last_child_idx(unsigned char* block);
-  unsigned char* node_block(std::uint32_t idx);
+  unsigned char* node_block(std::uint32_t idx, SupaBlockHeader*& near);
+  static unsigned char* next_block(unsigned char* block, std::uint32_t idx, const SupaBlockHeader* near);
   bool is_terminator(std::uint32_t idx) const { return fTerminators != nullptr && fTerminators->state(idx); }
   bool is_clone(std::uint32_t idx) const { return fClones != nullptr && fClones->state(idx); }
   std::unique_ptr<Bitmap> without_root(const Bitmap& bits) const;
@@ -121,9 +122,9 @@ class ZQCORE27_EXPORT SBTree : public CallableClass<SupaBlockEvent> {
   void call_sb_event_delete(std::int32_t idx);
   void fixup_tree_after_insert(std::int32_t idx);
   void fixup_tree_after_delete(std::int32_t d);
-  std::uint32_t remove_from_runs(unsigned char* block, std::int32_t idx, std::uint32_t d);
-  template <class Repair>
-  void for_each_parent(std::int64_t from, Repair repair);
+  template <class Change>
+  void repair_nodes(std::int64_t from, const Change& change);
+  std::uint32_t shorten(std::int32_t idx, std::uint32_t gone);
 
   std::vector<SBTreeIterator*> fIterators ZQCORE27_GUARDED_BY(fMutex);  // attached here
   OrlanMutex fMutex;                     // of fIterators and of the frames of the iterators in it; a leaf

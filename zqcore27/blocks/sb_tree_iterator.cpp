@@ -50,6 +50,7 @@ SBTreeIterator& SBTreeIterator::operator=(const SBTreeIterator& other) {
   attach_to(other.fTree);
   fTop = other.fTop;
   fCurrent = other.fCurrent;
+  fNear = other.fNear;
   fFrames = std::move(frames);
   return *this;
 }
@@ -86,7 +87,8 @@ bool SBTreeIterator::operator==(TreeIterator& other) {
 
 bool SBTreeIterator::isAParent() {
   testIter(true);
-  return fTop >= 0 && fTree->indexIsAParent(this_idx());
+  if (fTree->fTerminators != nullptr) return fTop >= 0 && fTree->indexIsAParent(this_idx());
+  return ChildRuns(this_node()).count() != 0;
 }
 
 bool SBTreeIterator::isAClone() {
@@ -113,7 +115,7 @@ std::uint32_t SBTreeIterator::this_idx() {
 }
 
 unsigned char* SBTreeIterator::block_of(SBTreeIteratorStackFrame& frame) {
-  if (frame.fHeader == nullptr) frame.fHeader = fTree->node_block(frame.fIndex);
+  if (frame.fHeader == nullptr) frame.fHeader = fTree->node_block(frame.fIndex, fNear);
   return frame.fHeader;
 }
 
@@ -198,6 +200,7 @@ void SBTreeIterator::forget_blocks() {
     f.fHeader = nullptr;
     f.fRun = 0;
   }
+  fNear = nullptr;
 }
 
 }  // namespace zqcore27

@@ -12,6 +12,7 @@
 inline namespace zqcore27 {
 
 class SBTree;
+class SupaBlockHeader;
 
 /// A place in an SBTree: the path of nodes from the root down to the current one. Inserts and deletes in the tree
 /// renumber the path:
@@ -24,7 +25,7 @@ class SBTree;
 /// The depth of a node is the number of nodes above it on the path: 0 for the root, 1 for the top level that a user
 /// sees. An operation that finds no node answers SBTree::IDX_NONE and moves nothing, walks excepted.
 /// Where runs break the order of nodes: what they name is visited, whether it exists or not, up to index 0x7FFFFFFF; a
-/// node that stands on its own path a second time counts as having no children, so that every walk ends.
+/// node that is its own descendant counts as having no children at its second place, so that every walk ends.
 ///
 /// Attached to its tree from construction to destruction. A tree deletes the iterators that it still has when it dies:
 /// one that may outlive its tree must come from `new`, and one on the stack must go first.
@@ -100,7 +101,7 @@ class ZQCORE27_EXPORT SBTreeIterator : public TreeIterator {
   unsigned char* parent_node();
   std::uint32_t first_child_idx();
   std::uint32_t last_child_idx();
-  bool repeats_on_path() const;
+  bool closes_a_circle();
   std::uint32_t next_sibling_idx();
   std::uint32_t prev_sibling_idx();
   std::uint32_t go_down(std::uint32_t child);
@@ -118,6 +119,7 @@ class ZQCORE27_EXPORT SBTreeIterator : public TreeIterator {
   std::int32_t fTop = -1;                         // position of the top frame; -1 for an empty stack
   std::uint32_t fCurrent;                         // index of the top frame, a cache; IDX_NONE: to be read from there
   std::vector<SBTreeIteratorStackFrame> fFrames;  // from the root down; only grows
+  SupaBlockHeader* fNear = nullptr;               // superblock of the last node looked up; null if not known
   bool fValid ZQCORE27_GUARDED_BY(fMutex) = true;
   OrlanMutex fMutex;  // of fValid alone; never taken together with the tree's
 };

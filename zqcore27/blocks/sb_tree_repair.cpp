@@ -1,6 +1,7 @@
 // What a tree does when its store tells of a change.
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "zqcore27/blocks/child_runs.h"
@@ -11,26 +12,71 @@ inline namespace zqcore27 {
 
 namespace {
 
-/// `index` after an insert at `idx`. "No node" stays what it is.
-std::uint32_t after_insert(std::uint32_t index, std::uint32_t idx) {
-  return index + static_cast<std::uint32_t>(index >= idx && index != SBTree::IDX_NONE);
+template <class Word>
+Word wordAt(const unsigned char* h) {
+  Word word;
+  std::memcpy(&word, h, sizeof word);
+  return word;
 }
 
 /// The first block at `h` or behind it that isn't empty; `end` if there is none. Empty blocks are zero words, and
 /// leaves stand in rows.
 unsigned char* behind_empty_blocks(unsigned char* h, unsigned char* end) {
-  std::uint64_t words[4];
-  while (static_cast<std::size_t>(end - h) >= sizeof words) {
-    std::memcpy(words, h, sizeof words);
-    if ((words[0] | words[1] | words[2] | words[3]) != 0) break;
-    h += sizeof words;
+  using Wide = std::uint64_t;
+  while (end - h >= 32 && (wordAt<Wide>(h) | wordAt<Wide>(h + 8) | wordAt<Wide>(h + 16) | wordAt<Wide>(h + 24)) == 0) {
+    h += 32;
   }
-  std::uint32_t size = 0;
-  for (; h != end; h += sizeof size) {
-    std::memcpy(&size, h, sizeof size);
-    if (size != 0) break;
-  }
+  while (h != end && wordAt<std::uint32_t>(h) == 0) h += 4;
   return h;
+}
+
+/// What a change does to stored indexes: `from.first` is the lowest first child that changes by BY, `from.last` the
+/// lowest last one. "No node" stays what it is.
+struct AfterInsert {
+  explicit AfterInsert(std::uint32_t inserted) : from{inserted, inserted} {}
+  bool drops(ChildRun) const { return false; }
+
+  static constexpr std::uint32_t BY = 1;
+  ChildRun from;
+};
+struct AfterDelete {
+  explicit AfterDelete(std::uint32_t deleted) : from{deleted + 1, deleted} {}
+  /// True if first exceeds last afterwards. After the run (0, 0) no index could say so.
+  bool drops(ChildRun run) const { return std::uint64_t{run.first} + (run.last == from.last ? 1 : 0) > run.last; }
+
+  static constexpr std::uint32_t BY = ~0u;
+  ChildRun from;
+};
+
+/// Both ends of a run at once: as one word, with the free top bits as a sign of what reaches the threshold. Requires:
+/// the run isn't dropped.
+template <class Change>
+ChildRun repaired(ChildRun run, const Change& change) {
+  constexpr std::uint64_t TOP_BITS = 0x8000000080000000, ONES = 0x0000000100000001;
+  const auto ends = std::bit_cast<std::uint64_t>(run);
+  if ((ends & TOP_BITS) == 0) {
+    const std::uint64_t reached = ((ends | TOP_BITS) - std::bit_cast<std::uint64_t>(change.from)) >> 31 & ONES;
+    return std::bit_cast<ChildRun>(Change::BY == 1 ? ends + reached : ends - reached);
+  }
+  const auto one = [](std::uint32_t index, std::uint32_t from) {
+    return index < from || index == SBTree::IDX_NONE ? index : index + Change::BY;
+  };
+  return {one(run.first, change.from.first), one(run.last, change.from.last)};
+}
+
+/// Repairs the runs of a node. Those that are dropped go, the others move up. Returns the number that is left.
+template <class Change>
+std::uint32_t repair_runs(ChildRuns& runs, const Change& change) {
+  if (runs.count() == 1) {  // most parents: no loop, which a compiler prepares for many rounds
+    if (change.drops(runs[0])) return 0;
+    runs.set(0, repaired(runs[0], change));
+    return 1;
+  }
+  std::uint32_t kept = 0;
+  for (std::uint32_t r = 0; r < runs.count(); ++r) {
+    if (!change.drops(runs[r])) runs.set(kept++, repaired(runs[r], change));
+  }
+  return kept;
 }
 
 }  // namespace
@@ -74,11 +120,9 @@ void SBTree::call_sb_event_delete(std::int32_t idx) {
   fixup_tree_after_delete(idx);
 }
 
-/// Calls `repair` with handle and index of each node that has runs, from `from` up to the root, body by body and
-/// without a look-up a node. It returns the bytes by which the block has become shorter; all behind it has moved by as
-/// much.
-template <class Repair>
-void SBTree::for_each_parent(std::int64_t from, Repair repair) {
+/// Repairs the nodes from `from` up to the root, body by body and without a look-up a node.
+template <class Change>
+void SBTree::repair_nodes(std::int64_t from, const Change& change) {
   if (fStore == nullptr || from < 0) return;
   const auto last = static_cast<std::int32_t>(std::min<std::int64_t>(fRoot, std::int64_t{fStore->getSize()} - 1));
   while (from <= last) {
@@ -88,53 +132,36 @@ void SBTree::for_each_parent(std::int64_t from, Repair repair) {
     unsigned char* h = span.begin;
     unsigned char* end = span.last > last ? fStore->getBlock(last + 1) : span.end;
     while (h != end) {
-      unsigned char* block = behind_empty_blocks(h, end);
-      i += static_cast<std::int32_t>((block - h) / 4);
-      h = block;
-      if (h == end) break;
-      end -= repair(h, i);
-      h = SupaBlock::next_block_from_hdr(h);
-      ++i;
+      ChildRuns runs(h);
+      if (runs.count() == 0) {
+        unsigned char* block = behind_empty_blocks(h + 4, end);
+        i += static_cast<std::int32_t>((block - h) / 4);
+        h = block;
+      } else {
+        const std::uint32_t kept = repair_runs(runs, change);
+        if (kept != runs.count()) end -= shorten(i, runs.count() - kept);
+        ++i;
+        h += 4 + std::size_t{kept} * sizeof(ChildRun);
+      }
     }
     from = i;
   }
 }
 
+/// Takes `gone` runs off the end of a node, in place: a repair mustn't fail, so it asks for no memory. Returns the
+/// bytes by which all behind the node has moved down.
+std::uint32_t SBTree::shorten(std::int32_t idx, std::uint32_t gone) {
+  const auto bytes = static_cast<std::uint32_t>(gone * sizeof(ChildRun));
+  fStore->resize_block_relative(fStore->get_SB_for_idx(idx), idx, -std::int64_t{bytes});
+  return bytes;
+}
+
 /// The new node itself has its final runs to come.
 void SBTree::fixup_tree_after_insert(std::int32_t idx) {
-  const auto inserted = static_cast<std::uint32_t>(idx);
-  for_each_parent(std::int64_t{idx} + 1, [inserted](unsigned char* block, std::int32_t) -> std::uint32_t {
-    ChildRuns runs(block);
-    for (std::uint32_t r = 0; r < runs.count(); ++r) {
-      const ChildRun run = runs[r];
-      runs.set(r, {after_insert(run.first, inserted), after_insert(run.last, inserted)});
-    }
-    return 0;
-  });
+  repair_nodes(std::int64_t{idx} + 1, AfterInsert(static_cast<std::uint32_t>(idx)));
 }
 
 /// The node that followed has the index now, and is repaired too.
-void SBTree::fixup_tree_after_delete(std::int32_t d) {
-  const auto deleted = static_cast<std::uint32_t>(d);
-  for_each_parent(
-      d, [this, deleted](unsigned char* block, std::int32_t i) { return remove_from_runs(block, i, deleted); });
-}
-
-/// Repairs the runs of node `idx` after node `d` has gone. Returns the bytes of the runs that went with it.
-std::uint32_t SBTree::remove_from_runs(unsigned char* block, std::int32_t idx, std::uint32_t d) {
-  ChildRuns runs(block);
-  std::uint32_t kept = 0;
-  for (std::uint32_t r = 0; r < runs.count(); ++r) {
-    const ChildRun run = runs[r];
-    // The run (0, 0) has no last child in front of the deleted one, which no index could say.
-    const std::int64_t last = std::int64_t{run.last} - (run.last >= d && run.last != IDX_NONE ? 1 : 0);
-    const std::uint32_t first = run.first - (run.first > d && run.first != IDX_NONE ? 1 : 0);
-    if (first <= last) runs.set(kept++, {first, static_cast<std::uint32_t>(last)});
-  }
-  const auto removed = static_cast<std::uint32_t>((runs.count() - kept) * sizeof(ChildRun));
-  // Shortened in place: a repair mustn't fail, so it asks for no memory.
-  if (removed != 0) fStore->resize_block_relative(fStore->get_SB_for_idx(idx), idx, -std::int64_t{removed});
-  return removed;
-}
+void SBTree::fixup_tree_after_delete(std::int32_t d) { repair_nodes(d, AfterDelete(static_cast<std::uint32_t>(d))); }
 
 }  // namespace zqcore27

@@ -1,5 +1,7 @@
 // The moves of an SBTreeIterator.
 
+#include <algorithm>
+
 #include "zqcore27/blocks/child_runs.h"
 #include "zqcore27/blocks/sb_tree.h"
 #include "zqcore27/blocks/sb_tree_iterator.h"
@@ -73,19 +75,23 @@ std::uint32_t SBTreeIterator::prevClone() {
   return IDX_NONE;
 }
 
-/// True if the current node stands further up on the path already. A path of falling indexes, as the order of nodes
-/// asks for, can't have that; so it is looked for only where the order is broken, and every circle breaks it.
-bool SBTreeIterator::repeats_on_path() const {
+/// True if the current node stands further up on the path already and its parent lists it. A tree in order has no such
+/// path, since indexes fall with every step down; so this is looked for only where they don't, and every circle has
+/// such a step. After the delete of a node its parent may have the same index, and that is no circle: it isn't listed.
+bool SBTreeIterator::closes_a_circle() {
   if (fTop < 1 || frame(fTop).fIndex < frame(fTop - 1).fIndex) return false;
-  for (std::int32_t depth = fTop - 1; depth >= 0; --depth) {
-    if (frame(depth) == frame(fTop)) return true;
+  const auto path = fFrames.begin();
+  if (std::find(path, path + fTop, frame(fTop)) == path + fTop) return false;
+  const ChildRuns runs(parent_node());
+  for (std::uint32_t r = 0; r < runs.count(); ++r) {
+    if (runs[r].first <= frame(fTop).fIndex && frame(fTop).fIndex <= runs[r].last) return true;
   }
   return false;
 }
 
 /// Moves to `child` of the current node, and returns it; IDX_NONE, and nothing moves, if that is no node.
 std::uint32_t SBTreeIterator::go_down(std::uint32_t child) {
-  if (!SBTree::names_a_node(child) || repeats_on_path()) return IDX_NONE;
+  if (!SBTree::names_a_node(child) || closes_a_circle()) return IDX_NONE;
   top().fRun = 0;
   push_idx(child);
   return child;
@@ -94,7 +100,10 @@ std::uint32_t SBTreeIterator::go_down(std::uint32_t child) {
 /// The same to a sibling.
 std::uint32_t SBTreeIterator::go_across(std::uint32_t sibling) {
   if (!SBTree::names_a_node(sibling)) return IDX_NONE;
+  SBTreeIteratorStackFrame& frame = top();
+  unsigned char* next = sibling == frame.fIndex + 1 ? SBTree::next_block(frame.fHeader, frame.fIndex, fNear) : nullptr;
   replace_top_idx(sibling);
+  frame.fHeader = next;
   return sibling;
 }
 
