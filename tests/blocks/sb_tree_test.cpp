@@ -1,0 +1,341 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <thread>
+
+#include "tests/support/tree_text.h"
+#include "zqcore27/blocks/sb_tree_child_iterator.h"
+#include "zqcore27/blocks/sb_tree_error.h"
+
+namespace {
+
+using Inspector = SBTreeInspector;
+
+constexpr std::uint32_t NONE = SBTree::IDX_NONE;
+
+const char* const SPEC = "- - - 0:1 - 2:3,4:4";  // the root 5 has 2, 3 and 4, node 3 has 0 and 1
+
+TEST(SBTreeTest, RepairsRunsAfterAnInsertAndADelete) {
+  const struct {
+    int line;
+    const char* before;
+    char change;  // 'i'nsert, 'd'elete
+    std::uint32_t idx;
+    const char* after;
+    std::uint32_t root;
+  } ROWS[] = {
+      {__LINE__, "- - - - - - - - - 3:8 5:8 2:4 5:5,9:11", 'i', 5, "- - - - - - - - - - 3:9 6:9 2:4 6:6,10:12", 13},
+      {__LINE__, "- - - - - - - - - 3:8 5:8,6:8 2:4 5:5 5:5,7:7,5:5,1:2 9:13", 'd', 5,
+       "- - - - - - - - 3:7 5:7,5:7 2:4 - 6:6,1:2 8:12", 13},
+      {__LINE__, "- 0:0 0:0 0:0,1:1 0:0,0:1 0:4", 'd', 0, "- - 0:0 0:0 0:3", 4},  // below 0 there is no index
+      {__LINE__, "- 0:0 0:1", 'i', 0, "- - 1:1 1:2", 3},                          // the new node has no parent
+      {__LINE__, "- - 0:1", 'i', 2, "- - - 0:1", 3},                              // and nor has one below the root
+      {__LINE__, "- - 0:1", 'd', 2, "- -", 1},
+      {__LINE__, "-", 'd', 0, "", NONE},
+      {__LINE__, "- 0:0", 'd', 7, "- 0:0", 1},
+      {__LINE__, "- 0:0", 'd', 0x80000000, "- 0:0", 1},
+      {__LINE__, "- 0:0", 'i', 0x80000000, "- 0:0", 1},
+      {__LINE__, "- 0:0", 'i', 3, "- 0:0 - -", 1},  // behind the end no number changes
+      {__LINE__, "- - .:.,4000000000:. 8:3,1:9 0:0", 'i', 1, "- - - .:.,4000000001:. 9:4,2:10 0:0", 5},
+      {__LINE__, "- - .:.,1:. 8:3,1:9 0:0", 'd', 1, "- .:.,1:. 1:8 0:0", 3},  // a reversed run goes
+  };
+  for (const auto& row : ROWS) {
+    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
+    SBTree tree{SupaBlockHints()};
+    buildTree(tree, row.before);
+    row.change == 'd' ? tree.deleteNode(row.idx) : tree.buildTreeNodeInsert(row.idx, nullptr, 0);
+    EXPECT_EQ(treeText(tree), row.after);
+    EXPECT_EQ(tree.getRootNodeIdx(), row.root);
+  }
+}
+
+TEST(SBTreeTest, RepairsUpToTheRootOnly) {
+  for (const std::uint32_t root : {1u, 2u, 9u, NONE - 1}) {  // the new node, what follows it, more than there is
+    SBTree tree{SupaBlockHints()};
+    buildTree(tree, "- - 0:1 0:1 0:1");
+    tree.setRootNodeIdx(root);
+    const Words runs = {0, 0};
+    tree.buildTreeNodeInsert(1, bytesOf(runs), 1);
+    EXPECT_EQ(tree.getRootNodeIdx(), root + 1);
+    EXPECT_EQ(treeText(tree), root == 1   ? "- 0:0 - 0:1 0:1 0:1"
+                              : root == 2 ? "- 0:0 - 0:2 0:1 0:1"
+                                          : "- 0:0 - 0:2 0:2 0:2");
+  }
+}
+
+/// Runs one-letter moves of an iterator from newIter and gives their results.
+///   n nextDFNode  s the same with stops  p parentNode  f l firstChildNode, last  > < nextSibling, prev  c nextClone
+///   i getNodeIndex  d getNodeDepth  P isAParent  C isAClone  mN moveToDFIndex  aN isADescendant
+///   changes, without a result: +N insert an empty node  -N delete  rN write N to an empty node  x clearTreeNodes
+class Script {
+ public:
+  explicit Script(SBTree& tree) : fTree(tree), fIt(dynamic_cast<SBTreeIterator*>(tree.newIter())) {}
+
+  std::string run(const char* moves) {
+    std::string results;
+    for (const char* at = moves; *at != '\0';) {
+      const char move = *at++;
+      char* end = nullptr;
+      const auto number = static_cast<std::uint32_t>(std::strtoul(at, &end, 10));
+      if (std::strchr("ma+-r", move) != nullptr) at = end;
+      const std::string result = step(move, number);
+      results += (results.empty() || result.empty() ? "" : " ") + result;
+    }
+    return results;
+  }
+
+ private:
+  std::string step(char move, std::uint32_t number) {
+    switch (move) {
+      case 'n':
+        return indexText(fIt->nextDFNode(false));
+      case 's':
+        return indexText(fIt->nextDFNode(true));
+      case 'p':
+        return indexText(fIt->parentNode());
+      case 'f':
+        return indexText(fIt->firstChildNode());
+      case 'l':
+        return indexText(fIt->lastChildNode());
+      case '>':
+        return indexText(fIt->nextSibling());
+      case '<':
+        return indexText(fIt->prevSibling());
+      case 'c':
+        return indexText(fIt->nextClone());
+      case 'i':
+        return indexText(fIt->getNodeIndex());
+      case 'd':
+        return indexText(fIt->getNodeDepth());
+      case 'P':
+        return fIt->isAParent() ? "yes" : "no";
+      case 'C':
+        return fIt->isAClone() ? "yes" : "no";
+      case 'm':
+        return fIt->moveToDFIndex(number) ? "yes" : "no";
+      case 'a':
+        return fIt->isADescendant(static_cast<std::int32_t>(number)) ? "yes" : "no";
+      case '+':
+        fTree.buildTreeNodeInsert(number, nullptr, 0);
+        break;
+      case '-':
+        fTree.deleteNode(number);
+        break;
+      case 'r':
+        put(fTree, number, {});
+        break;
+      default:
+        fTree.clearTreeNodes();
+    }
+    return "";
+  }
+
+  SBTree& fTree;
+  std::unique_ptr<SBTreeIterator> fIt;
+};
+
+TEST(SBTreeIteratorTest, MovesAlongPaths) {
+  const char* const shared = "- - 0:1 0:1 2:3";  // nodes 0 and 1 under both 2 and 3
+  const struct {
+    int line;
+    const char *tree, *terminators, *clones, *moves, *results;
+  } ROWS[] = {
+      {__LINE__, SPEC, nullptr, nullptr, "idPCnnidnnnnidn", ". 0 yes yes 2 3 3 1 0 1 4 . . 0 2"},
+      {__LINE__, SPEC, nullptr, nullptr, "nsssssss", "2 3 0 1 3 0 1 3"},  // a stop isn't remembered
+      {__LINE__, SPEC, nullptr, nullptr, "nssss>ss", "2 3 0 1 3 4 5 2"},
+      {__LINE__, SPEC, nullptr, nullptr, "l<<<>>>", "4 3 2 . 3 4 ."},
+      {__LINE__, SPEC, nullptr, nullptr, "l<lppf", "4 3 1 3 . 0"},  // not from the top level to the root
+      {__LINE__, SPEC, nullptr, nullptr, "m1a5a3a1a4>ppa1", "yes yes yes yes no . 3 . no"},
+      {__LINE__, SPEC, nullptr, nullptr, "m0m3m4m2idm2", "yes no yes no . 0 yes"},  // never back; the end starts over
+      {__LINE__, SPEC, nullptr, nullptr, "m4294967295inm4000000000n", "no . 2 no 2"},
+      {__LINE__, SPEC, nullptr, nullptr, "ffsls", "2 . 3 1 3"},
+      {__LINE__, "-", nullptr, nullptr, "nidPa0", ". . 0 no yes"},
+      {__LINE__, "- 0:0", nullptr, nullptr, "ss", "0 1"},  // a stop at the root gives the root
+      {__LINE__, "- .:.,0:0", nullptr, nullptr, "nfl", ". . 0"},
+      {__LINE__, "- 0:0,0:0,0:0", nullptr, nullptr, "nnnn", "0 0 0 ."},
+      {__LINE__, shared, nullptr, nullptr, "m0cic", "yes 0 0 ."},
+      {__LINE__, shared, "0010", "1000", "nPnPnPCfnn>", "2 no 3 yes 0 yes yes . 1 . ."},
+      {__LINE__, shared, "0010", nullptr, "nnp<ffPC", "2 3 . 2 0 . yes yes"},  // moves down enter terminators
+      {__LINE__, "- - 0:0 1:2 3:3", nullptr, "001", "CnCnCnCnC", "no 3 no 1 no 2 yes 0 yes"},  // and all below one
+      {__LINE__, SPEC, "11111111", "11111111", "PCnPC", "yes no 2 no yes"},  // the root's bits are cleared
+      // Changes below the iterator, on its path, at its node, and of its parent.
+      {__LINE__, SPEC, nullptr, nullptr, "m0+0innn", "yes 1 2 5 ."},
+      {__LINE__, SPEC, nullptr, nullptr, "m1+1in>", "yes 2 5 ."},
+      {__LINE__, SPEC, nullptr, nullptr, "n+3>>>", "2 3 4 5"},
+      {__LINE__, SPEC, nullptr, nullptr, "m1-0inn", "yes 0 3 ."},
+      {__LINE__, SPEC, nullptr, nullptr, "n-2inn", "2 2 0 1"},  // now at the node that followed
+      {__LINE__, SPEC, nullptr, nullptr, "m1-2ipn", "yes 1 2 0"},
+      {__LINE__, "- - 0:1 2:2", nullptr, nullptr, "m1-1indpn", "yes 1 0 3 1 0"},  // at its parent's new index
+      {__LINE__, SPEC, nullptr, nullptr, "m1r3>npn", "yes . 4 . ."},
+      {__LINE__, SPEC, nullptr, nullptr, "m4-5-4-3-2-1-0ni", "yes . ."},
+      {__LINE__, SPEC, nullptr, nullptr, "m0xi>nP", "yes 0 . . no"},  // nothing of the old store is read
+      // Broken order: nodes that don't exist, reversed runs, circles.
+      {__LINE__, "- 8:9,0:0", nullptr, nullptr, "nPfnnn", "8 no . 9 0 ."},
+      {__LINE__, "- 2147483647:4000000000,0:0", nullptr, nullptr, "nn<l<", "2147483647 . . 0 ."},
+      {__LINE__, "- 4:2,0:0", nullptr, nullptr, "n>l<", "4 . . ."},
+      {__LINE__, "- 4:2,0:0", nullptr, nullptr, "l<<", "0 2 ."},
+      {__LINE__, "- 0:1", nullptr, nullptr, "nnfnnm7", "0 1 . . 0 no"},
+      {__LINE__, "2:2 0:0 0:1", nullptr, nullptr, "nnnnnnn", "0 2 1 0 2 . 0"},
+      {__LINE__, "0:2 0:2 0:2", nullptr, nullptr, "m9m2m0m9", "no yes yes no"},
+  };
+  for (const auto& row : ROWS) {
+    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
+    SBTree tree{SupaBlockHints()};
+    buildTree(tree, row.tree);
+    if (row.terminators != nullptr) tree.terminatorHints(Bitmap(String(row.terminators)));
+    if (row.clones != nullptr) tree.cloneHints(Bitmap(String(row.clones)));
+    EXPECT_EQ(Script(tree).run(row.moves), row.results);
+  }
+}
+
+TEST(SBTreeTest, StandsAloneWithoutNodesAndWithoutAStore) {
+  SBTree bare;
+  SBTreeChildData data;
+  bare.deleteNode(0);
+  EXPECT_FALSE(bare.treeData(0, &data) || bare.indexIsAParent(0));
+  EXPECT_EQ(*SBTreeChildIterator(bare, 0), NONE);
+  EXPECT_EQ(Script(bare).run("idnPCfl><pc"), ". . . no no . . . . . .");
+  EXPECT_EQ(Inspector::store(bare), nullptr);
+  bare.getSBHints()->fAvgRuns = 1;
+  put(bare, 2, {0, 1});  // makes the store
+  EXPECT_EQ(treeText(bare), "- - 0:1");
+
+  SBTree tree{SupaBlockHints()};
+  EXPECT_EQ(tree.getSBHints()->fAvgRuns, 2u);
+  EXPECT_EQ(SupaBlockInspector::targetBody(*Inspector::store(tree)), 32064u);
+  Script script(tree);
+  EXPECT_EQ(script.run("idn"), ". . .");
+  buildTree(tree, SPEC);
+  for (const std::uint32_t nowhere : {NONE, 0x80000000u}) {
+    tree.setRootNodeIdx(nowhere);
+    EXPECT_EQ(script.run("nnid"), ". . . .");
+  }
+  tree.setRootNodeIdx(77);
+  EXPECT_EQ(script.run("nnidPs"), "77 . . 0 no .");
+  EXPECT_FALSE(tree.call(SupaBlockEvent()));
+}
+
+TEST(SBTreeTest, GivesRunsAndChildren) {
+  SBTree tree{SupaBlockHints()};
+  buildTree(tree, "- - - - 2:3,1:1 4:2,0:0");
+  const auto children = [&tree](std::uint32_t idx) {
+    std::string text;
+    SBTreeChildIterator it(tree, idx);
+    for (int n = 0; n < 5; ++n) text += indexText(*(n % 2 == 0 ? it++ : ++it)) + " ";
+    return indexText(*SBTreeChildIterator(tree, idx)) + " " + text;
+  };
+  EXPECT_EQ(children(4), "2 3 1 . . . ");
+  EXPECT_EQ(children(5), "4 0 . . . . ");
+  for (const std::uint32_t none : {0u, 6u, 0x80000000u, NONE}) EXPECT_EQ(children(none), ". . . . . . ");
+
+  SBTreeChildData data;
+  EXPECT_TRUE(tree.treeData(4, &data));
+  EXPECT_EQ(data.size(), 4u);
+  for (const std::uint32_t none : {6u, 0x80000000u, NONE}) EXPECT_FALSE(tree.treeData(none, &data));
+  EXPECT_FALSE(tree.treeData(4, nullptr));
+  EXPECT_EQ(data.size(), 4u);
+  EXPECT_TRUE(tree.treeData(0, &data));
+  EXPECT_TRUE(data.size() == 0 && data.firstIndex() == nullptr);
+
+  EXPECT_TRUE(!tree.indexIsAParent(0) && tree.indexIsAParent(4) && !tree.indexIsAParent(6));
+  const Bitmap hints(String("000011"));
+  tree.terminatorHints(hints);
+  EXPECT_TRUE(tree.indexIsAParent(0) && !tree.indexIsAParent(4) && tree.indexIsAParent(5));
+  EXPECT_TRUE(tree.indexIsAParent(600) && !tree.indexIsAParent(0x80000000));  // behind the set, and no node
+  EXPECT_TRUE(hints.state(5));
+
+  // A count whose bytes don't fit 32 bits isn't cut.
+  const Words runs(2);
+  EXPECT_EQ(storeErrorOf([&] { tree.buildTreeNode(0, bytesOf(runs), 0x20000001); }), SupaBlockError::CANNOT_DIVIDE);
+  EXPECT_EQ(storeErrorOf([&] { tree.buildTreeNodeInsert(6, bytesOf(runs), NONE); }), SupaBlockError::BLOCK_TOO_LARGE);
+  EXPECT_EQ(treeText(tree), "- - - - 2:3,1:1 4:2,0:0");
+  EXPECT_STREQ(SBTreeError(1, false).module(), "Super Block Tree");
+}
+
+TEST(SBTreeIteratorTest, ComparesAndTakesOverPlaces) {
+  SBTree tree{SupaBlockHints()}, other{SupaBlockHints()};
+  buildTree(tree, "- 0:0 0:0 1:2");
+  buildTree(other, "- 0:0 0:0 1:2");
+  SBTreeIterator a(&tree), b(&tree), far(&other);
+  EXPECT_TRUE(a == b);
+  a.moveToDFIndex(0);
+  EXPECT_FALSE(a == b);
+  b = a;
+  TreeIterator& base = b;
+  EXPECT_TRUE(a == b && a == base && base == a && a.getNodeIndex() == b.getNodeIndex());
+  b.nextClone();
+  EXPECT_TRUE(a != b && a.getNodeIndex() == b.getNodeIndex());  // one node by two parents
+  far.moveToDFIndex(0);
+  EXPECT_FALSE(a == far);
+  far = base;
+  EXPECT_TRUE(far == b);
+  EXPECT_EQ(Inspector::iterators(tree), 3u);
+  EXPECT_EQ(Inspector::iterators(other), 0u);
+  tree.buildTreeNodeInsert(0, nullptr, 0);
+  EXPECT_EQ(far.getNodeIndex(), 1u);
+  const std::unique_ptr<TreeIterator> made(far.vConstruct());
+  EXPECT_EQ(made->getNodeDepth(), NONE);
+  EXPECT_FALSE(*made == far);
+}
+
+TEST(SBTreeIteratorTest, RaisesOnceItIsInvalid) {
+  SBTree tree{SupaBlockHints()};
+  buildTree(tree, SPEC);
+  SBTreeIterator good(&tree), bad(&tree), treeless(nullptr);
+  bad.moveToDFIndex(1);
+  bad.invalidate();
+  TreeIterator& base = good;
+  const std::function<void(SBTreeIterator&)> USES[] = {
+      [](auto& it) { it.getNodeIndex(); },   [](auto& it) { it.nextDFNode(false); },
+      [](auto& it) { it.getNodeDepth(); },   [](auto& it) { it.parentNode(); },
+      [&](auto& it) { (void)(it == good); }, [](auto& it) { it.firstChildNode(); },
+      [](auto& it) { it.lastChildNode(); },  [](auto& it) { it.nextSibling(); },
+      [](auto& it) { it.prevSibling(); },    [](auto& it) { it.moveToDFIndex(1); },
+      [](auto& it) { it.isAParent(); },      [](auto& it) { it.isAClone(); },
+      [](auto& it) { it.nextClone(); },      [](auto& it) { it.prevClone(); },
+      [](auto& it) { it.testIter(true); },   [&](auto& it) { it = good; },
+      [&](auto& it) { it = base; },
+  };
+  for (const auto& use : USES) {
+    EXPECT_EQ(storeErrorOf([&] { use(bad); }), SupaBlockError::INVALID_ITERATOR);
+    EXPECT_EQ(storeErrorOf([&] { use(treeless); }), SupaBlockError::INVALID_ITERATOR);
+    EXPECT_EQ(storeErrorOf([&] { use(good); }), 0u);
+  }
+  EXPECT_TRUE(bad.isADescendant(3) && !bad.testIter(false) && !treeless.isADescendant(0));
+  EXPECT_TRUE(std::unique_ptr<TreeIterator>(bad.vConstruct())->nextDFNode(false) == 5);
+  good = bad;  // a place, not the state
+  EXPECT_TRUE(good.testIter(false) && good.getNodeIndex() == 1);
+}
+
+TEST(SBTreeTest, TakesItsIteratorsAlong) {
+  static std::string log;
+  struct Logged : SBTreeIterator {
+    Logged(SBTree* tree, char name) : SBTreeIterator(tree), fName(name) {}
+    ~Logged() override { log += fName; }
+    char fName;
+  };
+  auto tree = std::make_unique<SBTree>(SupaBlockHints());
+  for (const char name : {'a', 'b', 'c', 'd'}) {
+    auto* it = new Logged(tree.get(), name);
+    if (name == 'b') delete it;
+  }
+  tree.reset();
+  EXPECT_EQ(log, "bdca");
+}
+
+TEST(SBTreeTest, LetsIteratorsComeAndGoOnOtherThreads) {
+  SBTree tree{SupaBlockHints()};
+  buildTree(tree, SPEC);
+  std::vector<std::thread> threads;
+  for (int n = 0; n < 2; ++n) {
+    threads.emplace_back([&tree] {
+      for (int i = 0; i < 300; ++i) SBTreeIterator(&tree).invalidate();
+    });
+  }
+  for (int i = 0; i < 300; ++i) tree.buildTreeNodeInsert(0, nullptr, 0);
+  for (std::thread& t : threads) t.join();
+  EXPECT_EQ(Inspector::iterators(tree), 0u);
+  EXPECT_EQ(tree.getRootNodeIdx(), 305u);
+}
+
+}  // namespace
