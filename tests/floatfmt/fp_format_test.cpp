@@ -169,42 +169,28 @@ TEST(FpFormatTest, NumbersLieInMemoryAsTheMachineHasThem) {
     double back;
   } ROWS[] = {
       {__LINE__, 2, 1.0, "000000000000f03f", 1.0},
-      {__LINE__, 3, 1.0, "3ff0000000000000", 1.0},
-      {__LINE__, 2, -2.5, "000020c0", -2.5},
       {__LINE__, 3, -2.5, "c0200000", -2.5},
       {__LINE__, 2, -0.0, "0000000000000080", -0.0},
-      {__LINE__, 3, -0.0, "80000000", -0.0},
       {__LINE__, 2, high0, "0000000000000000", 0.0},
       {__LINE__, 1, high0, "00000000", 0.0},
       {__LINE__, 2, signalling, "010000000000f07f", signalling},  // moved as bits, or it would be quieted
       {__LINE__, 3, signalling, "7ff0000000000001", signalling},
-      {__LINE__, 2, special(5), "8477667f8477667f", special(5)},
       {__LINE__, 3, special(6), "7f6677857f667785", special(6)},
-      {__LINE__, 2, special(8), "0000f07f0000f07f", special(8)},
       {__LINE__, 3, special(9), "fff00000fff00000", special(9)},
       {__LINE__, 2, special(5), "0000807f", HUGE_VAL},                // beyond a float
       {__LINE__, 2, 1 + 0x1p-24 + 0x1p-40, "0100803f", 1 + 0x1p-23},  // rounded, not cut
       {__LINE__, 2, readOnly, "0100000000000000", high0},             // a zero word where the mark would be is no zero
       {__LINE__, 3, readOnly, "0000000000000001", high0},
-      {__LINE__, 2, readOnly, "00000000", 0},
-      {__LINE__, 1, 1.0, "80400000", 1.0},
-      {__LINE__, 1, -2.5, "20c10000", -2.5},
-      {__LINE__, 1, 1 + 0x1p-23, "80400100", 1 + 0x1p-23},
-      {__LINE__, 1, 0x1p127, "00000000", 0.0},          // no place for its exponent
-      {__LINE__, 1, -0x1p127, "00800000", special(1)},  // ... and this falls on a mark
-      {__LINE__, 1, 0x1p-127, "40010000", 0x1p-127},    // a subnormal float, and back
-      {__LINE__, 1, readOnly, "80000000", 0x1p-126},    // exponent 1: too small for a float
-      {__LINE__, 1, readOnly, "80800000", 0x1p-126},    // its sign is lost
-      {__LINE__, 1, readOnly, "00000100", 0x1p-126},    // exponent 0 with a fraction
-      {__LINE__, 1, readOnly, "00010000", 0},           // exponent 2 spells the float's bits 0
-      {__LINE__, 1, readOnly, "00810100", -0x1p-149},   // ... and a subnormal
-      {__LINE__, 1, readOnly, "ff7fffff", 0x1.fffffep126},
+      {__LINE__, 1, 0x1p127, "00000000", 0.0},                        // no place for its exponent
+      {__LINE__, 1, -0x1p127, "00800000", special(1)},                // ... and this falls on a mark
+      {__LINE__, 1, 0x1p-127, "40010000", 0x1p-127},                  // a subnormal float, and back
+      {__LINE__, 1, readOnly, "80000000", 0x1p-126},                  // exponent 1: too small for a float
+      {__LINE__, 1, readOnly, "80800000", 0x1p-126},                  // its sign is lost
+      {__LINE__, 1, readOnly, "00000100", 0x1p-126},                  // exponent 0 with a fraction
+      {__LINE__, 1, readOnly, "00010000", 0},                         // exponent 2 spells the float's bits 0
+      {__LINE__, 1, readOnly, "00810100", -0x1p-149},                 // ... and a subnormal
       {__LINE__, 1, -0x1.56789ap-100, "ab8e4d3c", -0x1.56789ap-100},  // each digit of each field at its own place
       {__LINE__, 1, 0x1.23456789abcdep77, "1167b3a2d5c4f0e6", 0x1.23456789abcdep77},
-      {__LINE__, 1, -0x1.fedcba9876543p-99, "7f8f5d6e3b4c182a", -0x1.fedcba9876543p-99},
-      {__LINE__, 1, 1.0, "8040000000000000", 1.0},
-      {__LINE__, 1, -2.5, "20c1000000000000", -2.5},
-      {__LINE__, 1, 1 + 0x1p-52, "8040000000000800", 1 + 0x1p-52},
       {__LINE__, 1, -0.0, "00c1000000000000", -2.0},
       {__LINE__, 1, readOnly, "0000000000000000", 0},
       {__LINE__, 1, readOnly, "0000000008000000", fromBits(0x37e0000000010000)},  // exponent 0 + 894, and a fraction
@@ -285,36 +271,27 @@ TEST(FpFormatTest, ArraysGiveWhatSingleCallsGiveOneAfterTheOther) {
   for (auto& word : noise) word = std::uint64_t{random()} << 32 | random();
   for (int round = 0; round < 1500; ++round) {
     const int code = 1 + static_cast<int>(random() % 11);
-    const std::size_t width = oneOf({4, 8}), stride = oneOf({0, 3, width, width, width + 1, 24}),
-                      n = oneOf({0, 1, 255, MOST, MOST});
-    const std::size_t at = oneOf({0, 3, 24, BEHIND, BEHIND, BEHIND});  // the first three overlap the values
+    const std::size_t width = oneOf({4, 8}), stride = oneOf({0, 3, width, width, width + 1, 24});
+    const std::size_t n = oneOf({0, 1, 255, MOST, MOST}), at = oneOf({0, 3, 24, BEHIND, BEHIND, BEHIND});
     SCOPED_TRACE(testing::Message() << "seed " << SEED << ", code " << code << ", width " << width << ", stride "
                                     << stride << ", stored at " << at << ", n " << n);
     const FpFormat f = converter(code, width);
     std::vector<std::uint64_t> one(noise);
-    auto* const bytes = reinterpret_cast<unsigned char*>(one.data());
-    for (std::size_t i = n / 2; at == BEHIND && stride >= width && i < n;
-         i += 1 + random() % 16) {  // not in every block
-      unsigned char* const place = bytes + at + i * stride;
-      const int what = static_cast<int>(random() % 8);
-      if (what < 4) f.putHostValue(place, special(what == 0 ? 7 : what));
-      if (what == 4) f.putHostValue(place, 0);
-      if (what > 4) std::memset(place + (what == 5 ? width - 4 : 0), 0, 4);
+    auto* const stored = reinterpret_cast<unsigned char*>(one.data()) + at;  // over the values, or behind them
+    const std::size_t step = 1 + random() % 16;
+    for (std::size_t i = n / 2; at == BEHIND && stride >= width && i < n; i += step) {  // not in every block
+      const auto what = static_cast<int>(random() % 7);
+      if (what < 4) f.putHostValue(stored + i * stride, special(what == 0 ? 7 : what));
+      if (what == 4) f.putHostValue(stored + i * stride, 0);
+      if (what > 4) std::memset(stored + i * stride + (what == 5 ? width - 4 : 0), 0, 4);
     }
     std::vector<std::uint64_t> all(one);
     auto* const column = reinterpret_cast<unsigned char*>(all.data()) + at;
     auto* const values = reinterpret_cast<double*>(all.data() + VALUES_AT / 8);
-    for (std::size_t i = 0; i < n; ++i) {
-      const double value = f.getHostValue(bytes + at + i * stride);
-      std::memcpy(bytes + VALUES_AT + i * 8, &value, 8);
-    }
+    for (std::size_t i = 0; i < n; ++i) one[VALUES_AT / 8 + i] = bits(f.getHostValue(stored + i * stride));
     f.getHostValues(column, values, n, stride);
     ASSERT_TRUE(one == all) << "read";
-    for (std::size_t i = 0; i < n; ++i) {
-      double value;
-      std::memcpy(&value, bytes + VALUES_AT + i * 8, 8);
-      f.putHostValue(bytes + at + i * stride, value);
-    }
+    for (std::size_t i = 0; i < n; ++i) f.putHostValue(stored + i * stride, fromBits(one[VALUES_AT / 8 + i]));
     f.putHostValues(column, values, n, stride);
     ASSERT_TRUE(one == all) << "written";
   }

@@ -89,7 +89,7 @@ void LogListener::informEvent(const String& message, const String& source, unsig
 // --- CoreLog ---
 
 CoreLog& CoreLog::operator=(CoreLog&& other) noexcept {
-  if (this != &other) delete std::exchange(fListener, std::exchange(other.fListener, nullptr));
+  delete std::exchange(fListener, std::exchange(other.fListener, nullptr));  // with itself nothing happens
   return *this;
 }
 
