@@ -53,8 +53,8 @@ class TreeRun {
   /// Runs below `idx` that don't overlap, in any order.
   Words some_runs(std::uint32_t idx) {
     std::vector<std::pair<std::uint32_t, std::uint32_t>> runs;
-    for (std::uint32_t at = pick(0, 9); at < idx && runs.size() < 5; at += pick(1, 12)) {
-      runs.emplace_back(at, std::min(at + pick(0, 6), idx - 1));
+    for (std::uint32_t at = pick(0, 9); at < idx && runs.size() < 5; at += pick(1, 8)) {
+      runs.emplace_back(at, std::min(at + pick(0, 3) * pick(0, 2), idx - 1));
       at = runs.back().second;
     }
     std::shuffle(runs.begin(), runs.end(), fRandom);

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <map>
 #include <thread>
 
 #include "tests/support/tree_text.h"
@@ -63,72 +64,49 @@ TEST(SBTreeTest, RepairsUpToTheRootOnly) {
   }
 }
 
-/// Runs one-letter moves of an iterator from newIter and gives their results.
-///   n nextDFNode  s the same with stops  p parentNode  f l firstChildNode, last  > < nextSibling, prev  c nextClone
-///   i getNodeIndex  d getNodeDepth  P isAParent  C isAClone  mN moveToDFIndex  aN isADescendant
-///   changes, without a result: +N insert an empty node  -N delete  rN write N to an empty node  x clearTreeNodes
+/// An iterator that is moved by letters, from newIter on; `run` gives the results.
 class Script {
  public:
   explicit Script(SBTree& tree) : fTree(tree), fIt(dynamic_cast<SBTreeIterator*>(tree.newIter())) {}
 
   std::string run(const char* moves) {
     std::string results;
-    for (const char* at = moves; *at != '\0';) {
-      const char move = *at++;
+    while (*moves != '\0') {
+      const auto& [number, move] = MOVES.at(*moves++);
       char* end = nullptr;
-      const auto number = static_cast<std::uint32_t>(std::strtoul(at, &end, 10));
-      if (std::strchr("ma+-r", move) != nullptr) at = end;
-      const std::string result = step(move, number);
+      const auto idx = static_cast<std::uint32_t>(std::strtoul(moves, &end, 10));
+      if (number) moves = end;
+      const std::string result = move(*fIt, fTree, idx);
       results += (results.empty() || result.empty() ? "" : " ") + result;
     }
     return results;
   }
 
  private:
-  std::string step(char move, std::uint32_t number) {
-    switch (move) {
-      case 'n':
-        return indexText(fIt->nextDFNode(false));
-      case 's':
-        return indexText(fIt->nextDFNode(true));
-      case 'p':
-        return indexText(fIt->parentNode());
-      case 'f':
-        return indexText(fIt->firstChildNode());
-      case 'l':
-        return indexText(fIt->lastChildNode());
-      case '>':
-        return indexText(fIt->nextSibling());
-      case '<':
-        return indexText(fIt->prevSibling());
-      case 'c':
-        return indexText(fIt->nextClone());
-      case 'i':
-        return indexText(fIt->getNodeIndex());
-      case 'd':
-        return indexText(fIt->getNodeDepth());
-      case 'P':
-        return fIt->isAParent() ? "yes" : "no";
-      case 'C':
-        return fIt->isAClone() ? "yes" : "no";
-      case 'm':
-        return fIt->moveToDFIndex(number) ? "yes" : "no";
-      case 'a':
-        return fIt->isADescendant(static_cast<std::int32_t>(number)) ? "yes" : "no";
-      case '+':
-        fTree.buildTreeNodeInsert(number, nullptr, 0);
-        break;
-      case '-':
-        fTree.deleteNode(number);
-        break;
-      case 'r':
-        put(fTree, number, {});
-        break;
-      default:
-        fTree.clearTreeNodes();
-    }
-    return "";
-  }
+  using Move = std::function<std::string(SBTreeIterator&, SBTree&, std::uint32_t)>;
+  static std::string yes(bool answer) { return answer ? "yes" : "no"; }
+
+  static inline const std::map<char, std::pair<bool, Move>> MOVES = {
+      // takes a number; the last four change the tree
+      {'n', {false, [](auto& it, auto&, auto) { return indexText(it.nextDFNode(false)); }}},
+      {'s', {false, [](auto& it, auto&, auto) { return indexText(it.nextDFNode(true)); }}},
+      {'p', {false, [](auto& it, auto&, auto) { return indexText(it.parentNode()); }}},
+      {'f', {false, [](auto& it, auto&, auto) { return indexText(it.firstChildNode()); }}},
+      {'l', {false, [](auto& it, auto&, auto) { return indexText(it.lastChildNode()); }}},
+      {'>', {false, [](auto& it, auto&, auto) { return indexText(it.nextSibling()); }}},
+      {'<', {false, [](auto& it, auto&, auto) { return indexText(it.prevSibling()); }}},
+      {'c', {false, [](auto& it, auto&, auto) { return indexText(it.nextClone()); }}},
+      {'i', {false, [](auto& it, auto&, auto) { return indexText(it.getNodeIndex()); }}},
+      {'d', {false, [](auto& it, auto&, auto) { return indexText(it.getNodeDepth()); }}},
+      {'P', {false, [](auto& it, auto&, auto) { return yes(it.isAParent()); }}},
+      {'C', {false, [](auto& it, auto&, auto) { return yes(it.isAClone()); }}},
+      {'m', {true, [](auto& it, auto&, auto idx) { return yes(it.moveToDFIndex(idx)); }}},
+      {'a', {true, [](auto& it, auto&, auto idx) { return yes(it.isADescendant(static_cast<std::int32_t>(idx))); }}},
+      {'+', {true, [](auto&, auto& tree, auto idx) { return tree.buildTreeNodeInsert(idx, nullptr, 0), ""; }}},
+      {'-', {true, [](auto&, auto& tree, auto idx) { return tree.deleteNode(idx), ""; }}},
+      {'r', {true, [](auto&, auto& tree, auto idx) { return put(tree, idx, {}), ""; }}},
+      {'x', {false, [](auto&, auto& tree, auto) { return tree.clearTreeNodes(), ""; }}},
+  };
 
   SBTree& fTree;
   std::unique_ptr<SBTreeIterator> fIt;
@@ -166,6 +144,7 @@ TEST(SBTreeIteratorTest, MovesAlongPaths) {
       {__LINE__, SPEC, nullptr, nullptr, "n-2inn", "2 2 0 1"},  // now at the node that followed
       {__LINE__, SPEC, nullptr, nullptr, "m1-2ipn", "yes 1 2 0"},
       {__LINE__, "- - 0:1 2:2", nullptr, nullptr, "m1-1indpn", "yes 1 0 3 1 0"},  // at its parent's new index
+      {__LINE__, "- - - 0:0,1:1,2:2", nullptr, nullptr, "nn-0in", "0 1 0 1"},     // a run in front of its own went
       {__LINE__, SPEC, nullptr, nullptr, "m1r3>npn", "yes . 4 . ."},
       {__LINE__, SPEC, nullptr, nullptr, "m4-5-4-3-2-1-0ni", "yes . ."},
       {__LINE__, SPEC, nullptr, nullptr, "m0xi>nP", "yes 0 . . no"},  // nothing of the old store is read
