@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cstddef>
 #include <new>
+#include <thread>
 
 #include "zqcore27/threads/request_queue.h"
 #include "zqcore27/threads/submitted_job_list.h"
@@ -15,6 +17,10 @@ namespace {
 
 constexpr std::uint16_t STANDING_WORKERS = 20;
 constexpr std::uint16_t QUEUE_CAPACITY = 10;
+
+// How often somebody looks, and lets others run in between, before he sleeps: a few microseconds, in which a short job
+// ends or the next one comes, where a sleep and the wake would cost more.
+constexpr int LOOKS = 16;
 
 /// What the pool calls for a submitted job.
 void* runSubmittedJob(FlaggedArg* record) {
@@ -97,26 +103,24 @@ std::uint32_t ThreadPool::addRequestToPool(Request::Function func, FlaggedArg* a
 
 std::uint32_t ThreadPool::add_job(SubmittedJob& job, const ThreadRequester* requester) {
   auto record = std::make_unique<FlaggedArg>(&job);
-  JTCHandleT<SubmittedJob> handle(&job);
-  job.add_handle();  // the request's
   Request request;
   request.fFunc = runSubmittedJob;
   request.fArg = record.get();
   request.fRequester = requester;
   request.fJob = &job;
-  std::uint32_t id = 0;
+  job.add_handle();  // the request's
   try {
-    id = add_request(request);
+    const std::uint32_t id = add_request(request);
+    if (id != 0) {
+      record.release();
+    } else {
+      job.drop_handle();
+    }
+    return id;
   } catch (...) {
     job.drop_handle();
     throw;
   }
-  if (id != 0) {
-    record.release();
-  } else {
-    job.drop_handle();
-  }
-  return id;
 }
 
 std::uint32_t ThreadPool::add_request(const Request& request) {
@@ -136,6 +140,10 @@ std::uint32_t ThreadPool::add_request(const Request& request) {
 }
 
 void ThreadPool::wait_for_room() {
+  if (!fQueue->Full()) return;
+  ++fGuests;
+  look_out([this] { return !fQueue->Full(); });
+  leave_guest();
   while (fQueue->Full() && !fClosing) {
     grow();
     ++fGuests;
@@ -147,9 +155,17 @@ void ThreadPool::wait_for_room() {
   }
 }
 
+template <class Came>
+void ThreadPool::look_out(Came came) {
+  fPoolMutex.unlock();
+  for (int i = 0; i < LOOKS && !came(); ++i) std::this_thread::yield();
+  fPoolMutex.lock();
+}
+
 void ThreadPool::grow() {
-  // Idle workers are on their way to a full queue; those that nobody waits for yet will make room for this client.
-  if (fIdleWorkers > fWaitingClients || fTakers >= getMaxNumThreads()) return;
+  // Idle workers come one after the other as long as the queue isn't empty: if there are more of them than clients that
+  // wait already, one will make room for this client.
+  if (fIdleWorkers + fLookingWorkers > fWaitingClients || fTakers >= getMaxNumThreads()) return;
   try {
     add_extra_worker();
   } catch (const JTCSystemCallException& e) {
@@ -262,6 +278,10 @@ bool ThreadPool::take_request(WorkerThread& worker, Request& request, Wakes& wak
 }
 
 void ThreadPool::wait_for_work() {
+  ++fLookingWorkers;
+  look_out([this] { return !fQueue->Empty(); });
+  --fLookingWorkers;
+  if (fStopped || !fQueue->Empty()) return;
   ++fIdleWorkers;
   fWorkReady->wait();
   --fIdleWorkers;
@@ -275,10 +295,10 @@ void ThreadPool::remove_worker(WorkerThread& worker) {
   if (--fNumThreads == fNumDefThreads) fThreadsDown->signal();
 }
 
-// One woken worker at a time: it wakes the next one if it leaves requests behind. As long as requests are queued and
-// workers idle, one is on its way.
+// One worker at a time is on its way to the queue, and wakes the next one if it leaves requests behind. As long as
+// requests are queued and workers idle, there is one.
 bool ThreadPool::claim_idle_worker() {
-  if (fIdleWorkers == 0 || fWokenWorkers != 0) return false;
+  if (fIdleWorkers == 0 || fWokenWorkers != 0 || fLookingWorkers != 0) return false;
   ++fWokenWorkers;
   return true;
 }
@@ -315,17 +335,12 @@ void ThreadPool::drain() {
 }
 
 // Where no thread is to be had, the destructor's own does.
-void ThreadPool::run_here() ZQCORE27_NO_THREAD_SAFETY_ANALYSIS {
+void ThreadPool::run_here() {
   const Request request = fQueue->GetRequest();
   fPoolMutex.unlock();
   OrlanMutex mutex;
   Flag never(&mutex, false);
-  request.fArg->flag = &never;
-  try {
-    request.fFunc(request.fArg);
-  } catch (...) {
-    request.clean_up();
-  }
+  request.run(&never);
   fPoolMutex.lock();
 }
 
@@ -335,15 +350,19 @@ void ThreadPool::end_workers() {
     fStopped = true;
     fWorkReady->broadcast();
   }
-  std::vector<JTCHandleT<WorkerThread>> workers;
+  std::size_t left = 0;
   {
     const OrlanSynchronized hold(fThreadMutex);
     while (fNumThreads > fNumDefThreads) fThreadsDown->wait();
-    workers = fWorkers;
+    left = fWorkers.size();
   }
-  // Without the mutex: a running job may be about to cancel something.
-  for (auto worker = workers.rbegin(); worker != workers.rend(); ++worker) {
-    if (*worker) (*worker)->join(nullptr);
+  while (left != 0) {
+    JTCHandleT<WorkerThread> last;
+    {
+      const OrlanSynchronized hold(fThreadMutex);
+      last = fWorkers[--left];
+    }
+    if (last) last->join(nullptr);  // without the mutex: a running job may be about to cancel something
   }
   const OrlanSynchronized hold(fPoolMutex);
   while (fGuests != 0) fQueueEmpty->wait();

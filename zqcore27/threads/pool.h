@@ -88,6 +88,8 @@ class ZQCORE27_EXPORT ThreadPool {
   std::uint32_t add_request(const Request& request);
   std::uint32_t add_job(SubmittedJob& job, const ThreadRequester* requester);
   void wait_for_room() ZQCORE27_REQUIRES(fPoolMutex);
+  template <class Came>
+  void look_out(Came came) ZQCORE27_REQUIRES(fPoolMutex);  // gives the mutex up meanwhile
   void grow() ZQCORE27_REQUIRES(fPoolMutex);
   void add_extra_worker() ZQCORE27_REQUIRES(fPoolMutex);
   template <class Remove>
@@ -130,6 +132,7 @@ class ZQCORE27_EXPORT ThreadPool {
   // Who is where, so that a wake goes only to somebody who waits and isn't on his way already.
   std::uint32_t fTakers ZQCORE27_GUARDED_BY(fPoolMutex) = 0;          // workers that will look at the queue again
   std::uint32_t fIdleWorkers ZQCORE27_GUARDED_BY(fPoolMutex) = 0;     // in fWorkReady
+  std::uint32_t fLookingWorkers ZQCORE27_GUARDED_BY(fPoolMutex) = 0;  // in look_out
   std::uint32_t fWokenWorkers ZQCORE27_GUARDED_BY(fPoolMutex) = 0;    // of those, signalled
   std::uint32_t fWaitingClients ZQCORE27_GUARDED_BY(fPoolMutex) = 0;  // in fRoomReady
   std::uint32_t fWokenClients ZQCORE27_GUARDED_BY(fPoolMutex) = 0;    // of those, signalled

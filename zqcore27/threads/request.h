@@ -37,6 +37,8 @@ struct ZQCORE27_EXPORT Request {
   Request(const Request&) = default;
   Request& operator=(const Request&) = default;
 
+  /// Calls the job with `stop` as its record's flag, and the cleanup if the job throws. The record is the job's then.
+  void run(Flag* stop) const noexcept;
   /// Calls the cleanup, if there is one; what it throws is dropped.
   void clean_up() const noexcept;
 

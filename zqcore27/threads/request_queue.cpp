@@ -17,15 +17,6 @@ void discard(const Request& request, SubmittedJobList& dropped) {
 
 }  // namespace
 
-void Request::clean_up() const noexcept {
-  if (fCleanup == nullptr) return;
-  try {
-    fCleanup(fCleanupArg);
-  } catch (...) {
-    // A cleanup has nobody to report to.
-  }
-}
-
 RequestQueue::RequestQueue(std::uint16_t capacity) : fEntries(capacity), fCapacity(capacity) {}
 
 RequestQueue::~RequestQueue() = default;

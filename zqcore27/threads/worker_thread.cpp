@@ -28,12 +28,7 @@ void WorkerThread::begin(const Request& request) {
 }
 
 void WorkerThread::run_request(const Request& request) {
-  request.fArg->flag = fStopFlag.get();
-  try {
-    request.fFunc(request.fArg);
-  } catch (...) {
-    request.clean_up();
-  }
+  request.run(fStopFlag.get());
   --fPool->fNumActThreads;
   JTCHandleT<SubmittedJob> done;  // given up behind the lock: what goes with it is the host's
   const OrlanSynchronized hold(fHandleMutex);
