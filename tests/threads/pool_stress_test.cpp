@@ -1,0 +1,201 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <deque>
+#include <future>
+#include <memory>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include "tests/threads/pool_job.h"
+
+// Clients, cancels by id and by client, throwing jobs, growth and shutdown against each other; afterwards the books are
+// checked. A record that isn't freed, or freed twice, is reported by the address sanitizer.
+// ZQCORE27_STRESS_STEPS: operations, 3000 without it. ZQCORE27_STRESS_SEED: that of an earlier run.
+
+namespace {
+
+std::uint32_t setting(const char* variable, std::uint32_t otherwise) {
+  const char* const text = std::getenv(variable);
+  return text != nullptr ? static_cast<std::uint32_t>(std::strtoul(text, nullptr, 10)) : otherwise;
+}
+
+/// One request in the books.
+struct Entry : Story {
+  std::atomic<int> begun{0};
+  std::atomic<bool> sawFlag{false};
+  std::atomic<bool> cancelTriedById{false}, cancelTriedByClient{false};
+  bool throws = false;
+  bool isCallable = false;
+  std::future<void> future;
+
+  void check() {
+    if (future.valid()) settle();
+    EXPECT_LE(begun, 1);
+    EXPECT_LE(cleaned, 1);
+    if (id == 0) {
+      EXPECT_EQ(begun + cleaned, 0) << "refused";
+    } else if (begun == 1) {
+      EXPECT_EQ(cleaned, throws && !isCallable ? 1 : 0);
+    } else if (cleaned == 1) {
+      EXPECT_TRUE(cancelTriedByClient);
+    } else {
+      EXPECT_TRUE(cancelTriedById || (cancelTriedByClient && isCallable)) << "lost";
+    }
+    EXPECT_TRUE(!sawFlag || cancelTriedById || cancelTriedByClient) << "stopped by nobody";
+  }
+
+ private:
+  void settle() {
+    try {
+      future.get();
+      EXPECT_TRUE(begun == 1 && !throws);
+    } catch (const RequestCancelled&) {
+      EXPECT_EQ(begun, 0);
+    } catch (int) {
+      EXPECT_TRUE(begun == 1 && throws);
+    }
+  }
+};
+
+/// One pool from start to end.
+class Round {
+ public:
+  explicit Round(std::uint32_t seed) : fRandom(seed) {}
+
+  void play(std::uint32_t steps) {
+    std::vector<std::thread> clients;
+    for (auto& books : fBooks) {
+      clients.emplace_back([&, seed = fRandom()] { Client(*this, books, seed).play(steps / CLIENTS); });
+    }
+    for (std::thread& client : clients) client.join();
+    endWhileJobsUseThePool();
+    for (auto& books : fBooks) {
+      for (Entry& entry : books) entry.check();
+    }
+  }
+
+ private:
+  static constexpr std::uint32_t CLIENTS = 3, MAX_QUEUE = 5, MAX_CEILING = 8;
+
+  /// Does one thing after the other; the requester is replaced now and then.
+  class Client {
+   public:
+    Client(Round& round, std::deque<Entry>& books, std::uint32_t seed)
+        : fRound(round), fBooks(books), fRandom(seed), fSelf(new ThreadRequester(round.fPool)) {}
+    ~Client() { noteCancel(); }
+
+    void play(std::uint32_t steps) {
+      for (; steps != 0; --steps) {
+        const std::uint32_t dice = fRandom() % 100;
+        if (dice < 60) {
+          submit(fBooks.emplace_back());
+        } else if (dice < 88) {
+          fRound.cancelOne(fRandom());
+        } else if (dice < 94) {
+          fRound.fPool->setMaxNumThreads(static_cast<std::uint16_t>(1 + fRandom() % MAX_CEILING));
+        } else {
+          noteCancel();
+          if (dice < 97) {
+            fSelf->clearRequests();
+          } else {
+            fSelf = std::make_unique<ThreadRequester>(fRound.fPool);
+          }
+        }
+      }
+    }
+
+   private:
+    void submit(Entry& entry) {
+      entry.throws = fRandom() % 4 == 0;
+      entry.isCallable = fRandom() % 4 == 0;
+      fOpen.push_back(&entry);
+      const std::uint32_t patience = fRandom() % 20, target = fRandom();
+      const auto work = [&round = fRound, &entry, patience, target](auto stopped) {
+        ++entry.begun;
+        for (std::uint32_t i = 0; i < patience && !entry.sawFlag; ++i) {
+          entry.sawFlag = stopped();
+          std::this_thread::yield();
+        }
+        if (patience == 0) round.cancelOne(target);
+        if (entry.throws) throw 42;
+      };
+      fRound.fRecent[target % fRound.fRecent.size()] = &entry;
+      if (entry.isCallable) {
+        std::uint32_t id = 0;
+        const auto callable = [work](std::stop_token stop) { work([&] { return stop.stop_requested(); }); };
+        entry.future = fSelf->submit(callable, &id);
+        entry.id = id;
+      } else {
+        entry.body = [work](Flag& flag) { work([&] { return flag.value(); }); };
+        entry.submitTo(*fRound.fPool, fSelf.get());
+      }
+      EXPECT_NE(entry.id, 0u);
+    }
+    void noteCancel() {
+      for (Entry* entry : fOpen) entry->cancelTriedByClient = true;
+      fOpen.clear();
+    }
+
+    Round& fRound;
+    std::deque<Entry>& fBooks;
+    std::mt19937 fRandom;
+    std::vector<Entry*> fOpen;  // those that no cancel by client has been tried on
+    std::unique_ptr<ThreadRequester> fSelf;
+  };
+
+  void cancelOne(std::uint32_t which) {
+    Entry* const entry = fRecent[which % fRecent.size()];
+    if (entry == nullptr) return;
+    entry->cancelTriedById = true;
+    fPool->ClearThisRequest(entry->id);
+  }
+
+  /// The clients are gone, and what they had queued with them: as many requests as the queue takes won't block.
+  void endWhileJobsUseThePool() {
+    std::deque<Entry> late;
+    for (std::uint32_t i = 0; i < std::max(fQueueSize, 1u); ++i) {
+      Entry& outer = late.emplace_back();
+      std::array<Entry*, 4> inner;
+      for (Entry*& entry : inner) entry = &late.emplace_back();
+      outer.body = [this, &outer, inner](Flag&) {
+        ++outer.begun;
+        for (Entry* entry : inner) {
+          entry->body = [entry](Flag&) { ++entry->begun; };
+          fRecent[0] = entry;
+          entry->submitTo(*fPool, nullptr);
+          cancelOne(0);
+        }
+      };
+      outer.submitTo(*fPool, nullptr);
+    }
+    fOwner.reset();
+    for (Entry& entry : late) entry.check();
+  }
+
+  std::mt19937 fRandom;
+  const std::uint32_t fQueueSize = fRandom() % (MAX_QUEUE + 1);
+  std::unique_ptr<ThreadPool> fOwner{
+      new ThreadPool(static_cast<std::uint16_t>(fRandom() % 4), static_cast<std::uint16_t>(fQueueSize))};
+  ThreadPool* const fPool = fOwner.get();
+  std::array<std::deque<Entry>, CLIENTS> fBooks;
+  std::array<std::atomic<Entry*>, 8> fRecent{};
+};
+
+TEST(ThreadPoolStressTest, KeepsItsBooks) {
+  static constexpr std::uint32_t STEPS_A_ROUND = 300;
+  const std::uint32_t seed = setting("ZQCORE27_STRESS_SEED", std::random_device()());
+  std::printf("seed %u\n", seed);  // before anything can hang
+  std::fflush(stdout);
+  std::mt19937 random(seed);
+  for (std::uint32_t left = setting("ZQCORE27_STRESS_STEPS", 3000); left != 0; left -= std::min(left, STEPS_A_ROUND)) {
+    Round(random()).play(STEPS_A_ROUND);
+  }
+}
+
+}  // namespace

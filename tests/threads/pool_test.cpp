@@ -1,0 +1,372 @@
+#include "zqcore27/threads/pool.h"
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <memory>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "tests/threads/host_thread.h"
+#include "tests/threads/pool_job.h"
+#include "zqcore27/threads/thread_error.h"
+#include "zqcore27/threads/worker_thread.h"
+
+namespace {
+
+std::uint32_t threads() { return JTCInitialize::getTermGroup()->activeCount(); }
+
+void waitForThreads(std::uint32_t count) {
+  while (threads() != count) std::this_thread::yield();
+}
+
+std::uint16_t ownNumber() { return static_cast<WorkerThread*>(OrlanThread::self())->thisThread(); }
+
+TEST(ThreadPoolTest, ServesIdleWorkersWithoutGrowing) {
+  const std::uint32_t before = threads();
+  std::vector<BusyStory> stories(20);
+  std::set<std::uint16_t> numbers;
+  OrlanMutex mutex;
+  {
+    ThreadPool pool;
+    EXPECT_EQ(pool.getNumDefThreads(), 20);
+    EXPECT_EQ(pool.getMaxNumThreads(), 50);
+    for (BusyStory& story : stories) {
+      story.body = [&, busy = story.body](Flag& flag) {
+        {
+          const OrlanSynchronized hold(mutex);
+          numbers.insert(ownNumber());
+        }
+        busy(flag);
+      };
+      EXPECT_NE(story.submitTo(pool, nullptr), 0u);
+    }
+    for (BusyStory& story : stories) story.begun.pass();
+    EXPECT_EQ(pool.getNumActThreads(), 20);
+    EXPECT_EQ(threads(), before + 20);
+    for (BusyStory& story : stories) story.go.open();
+  }
+  EXPECT_EQ(numbers.size(), 20u);
+  EXPECT_EQ(*numbers.rbegin(), 19);
+  waitForThreads(before);
+}
+
+TEST(ThreadPoolTest, GrowsWhileTheQueueIsFullAndShrinksAgain) {
+  const std::uint32_t before = threads();
+  BusyStory standing, oldest[2];
+  Story newest[2], late[2];
+  ThreadPool pool(1, 1);
+  standing.begin(pool, nullptr);
+  for (int round = 0; round < 2; ++round) {
+    BusyStory& first = oldest[round];
+    first.body = [busy = first.body](Flag& flag) {
+      EXPECT_EQ(ownNumber(), 1);
+      busy(flag);
+    };
+    EXPECT_NE(first.submitTo(pool, nullptr), 0u);
+    EXPECT_NE(newest[round].submitTo(pool, nullptr), 0u);  // waits for the extra worker
+    first.begun.pass();
+    EXPECT_EQ(newest[round].ran, 0);
+    EXPECT_EQ(pool.getNumActThreads(), 2);
+    first.go.open();
+    newest[round].waitUntilRun();
+    waitForThreads(before + 1);
+  }
+  pool.setMaxNumThreads(1);
+  late[0].submitTo(pool, nullptr);
+  HostThread client([&] { EXPECT_NE(late[1].submitTo(pool, nullptr), 0u); });
+  client.waitUntilAsleep();
+  EXPECT_EQ(threads(), before + 1);
+  standing.go.open();
+  late[1].waitUntilRun();
+}
+
+TEST(ThreadPoolTest, CancelsByRequestAndByClient) {
+  struct PollingStory : Story {
+    PollingStory() {
+      body = [this](Flag& flag) {
+        begun.open();
+        while (!flag.value()) std::this_thread::yield();
+      };
+    }
+    PoolGate begun;
+  } byId, byClient, byEnd;
+  Story dropped, cleaned, left, ofNobody, ofCopy, ofGone;
+  const auto seesNoFlag = [](Flag& flag) { EXPECT_FALSE(flag.value()); };
+  left.body = ofNobody.body = ofCopy.body = seesNoFlag;
+  {
+    ThreadPool pool(1, 10);
+    ThreadRequester a(&pool), b(&pool), copy(a);
+    byId.submitTo(pool, &a);
+    byId.begun.pass();
+    left.submitTo(pool, &b);
+    for (const std::uint32_t id : {0u, 77u}) pool.ClearThisRequest(id);
+    b.clearSingleRequest(byId.id);  // whose ever it is
+    left.waitUntilRun();            // with the flag down again
+    b.clearSingleRequest(byId.id);  // which has ended
+
+    byClient.submitTo(pool, &a);
+    byClient.begun.pass();
+    dropped.submitTo(pool, &a);
+    cleaned.submitTo(pool, &a);
+    ofCopy.submitTo(pool, &copy);
+    ofNobody.submitTo(pool, nullptr);
+    EXPECT_EQ(a.numQueuedRequests(), 2);
+    EXPECT_EQ(a.numRunningRequests(), 1);
+    EXPECT_EQ(copy.numQueuedRequests(), 1);
+    EXPECT_EQ(copy.numRunningRequests(), 0);
+    pool.ClearRequests(nullptr);
+    a.clearSingleRequest(dropped.id);
+    EXPECT_EQ(a.numQueuedRequests(), 1);
+    a.clearRequests();
+    EXPECT_EQ(a.numQueuedRequests(), 0);
+    ofCopy.waitUntilRun();
+    ofNobody.waitUntilRun();
+    {
+      ThreadRequester gone(&pool);
+      byEnd.submitTo(pool, &gone);
+      byEnd.begun.pass();
+      ofGone.submitTo(pool, &gone);
+    }
+  }
+  EXPECT_EQ(dropped.ran + dropped.cleaned, 0);
+  for (Story* story : {&cleaned, &ofGone}) {
+    EXPECT_EQ(story->ran, 0);
+    EXPECT_EQ(story->cleaned, 1);
+  }
+  for (Story* story : {static_cast<Story*>(&byId), static_cast<Story*>(&byClient), static_cast<Story*>(&byEnd)}) {
+    EXPECT_EQ(story->ran, 1);
+    EXPECT_EQ(story->cleaned, 0);
+  }
+}
+
+TEST(ThreadPoolTest, OutlivesWhatJobsAndCleanupsThrow) {
+  const std::function<void(Flag&)> bodies[] = {[](Flag&) { throw 42; }, [](Flag&) { throw std::runtime_error("x"); },
+                                               [](Flag&) { throw ThreadError(1, true); }};
+  for (const auto& body : bodies) {
+    Story thrower, withoutCleanup, throwingCleanup, next;
+    thrower.body = withoutCleanup.body = throwingCleanup.body = body;
+    ThreadPool pool(1, 10);
+    thrower.submitTo(pool, nullptr);
+    pool.addRequestToPool(Story::run, new FlaggedArg(&withoutCleanup), nullptr, nullptr, nullptr);
+    const auto clean = [](void* arg) -> void* { throw Story::clean(arg); };
+    pool.addRequestToPool(Story::run, new FlaggedArg(&throwingCleanup), nullptr, clean, &throwingCleanup);
+    next.submitTo(pool, nullptr);
+    next.waitUntilRun();
+    while (pool.getNumActThreads() != 0) std::this_thread::yield();
+    EXPECT_EQ(thrower.cleaned, 1);
+    EXPECT_EQ(throwingCleanup.cleaned, 1);
+  }
+}
+
+TEST(ThreadPoolTest, EndsWithEverythingRunAndWaitingClientsRefused) {
+  BusyStory busy;
+  Story queued[3], refused, refusedInJob;
+  std::vector<int> order;
+  auto owner = std::make_unique<ThreadPool>(1, 3);
+  ThreadPool& pool = *owner;
+  pool.setMaxNumThreads(1);
+  busy.begin(pool, nullptr);
+  PoolGate known;
+  const HostThread* end = nullptr;
+  std::uint64_t sleeps = 0;
+  for (int i = 0; i < 3; ++i) {
+    queued[i].body = [&, i](Flag& flag) {
+      order.push_back(i);
+      EXPECT_FALSE(flag.value());
+      if (i < 2) return;
+      known.pass();
+      end->waitUntilAsleep(sleeps);  // in the join of this thread
+      EXPECT_EQ(refusedInJob.submitTo(pool, nullptr), 0u);
+      ThreadRequester(&pool).clearRequests();
+      pool.ClearThisRequest(77);
+    };
+    queued[i].submitTo(pool, nullptr);
+  }
+  HostThread client([&] { EXPECT_EQ(refused.submitTo(pool, nullptr), 0u); });
+  client.waitUntilAsleep();
+  HostThread destructor([&] { owner.reset(); });
+  client.join();
+  sleeps = destructor.waitUntilAsleep();
+  end = &destructor;
+  known.open();
+  busy.go.open();
+  destructor.join();
+  EXPECT_EQ(order, (std::vector<int>{0, 1, 2}));
+  EXPECT_EQ(refused.ran + refused.cleaned + refusedInJob.ran, 0);
+}
+
+TEST(ThreadPoolTest, WakesWhomARemovalServes) {
+  BusyStory busy;
+  Story old[2], fresh[3];
+  auto owner = std::make_unique<ThreadPool>(1, 2);
+  ThreadPool& pool = *owner;
+  pool.setMaxNumThreads(1);
+  auto a = std::make_unique<ThreadRequester>(&pool), b = std::make_unique<ThreadRequester>(&pool);
+  busy.begin(pool, nullptr);
+  for (Story& story : old) story.submitTo(pool, a.get());
+  {
+    HostThread first([&] { EXPECT_NE(fresh[0].submitTo(pool, b.get()), 0u); });
+    HostThread second([&] { EXPECT_NE(fresh[1].submitTo(pool, b.get()), 0u); });
+    first.waitUntilAsleep();
+    second.waitUntilAsleep();
+    a->clearRequests();
+  }
+  {
+    HostThread third([&] { EXPECT_NE(fresh[2].submitTo(pool, nullptr), 0u); });
+    third.waitUntilAsleep();
+    pool.ClearThisRequest(fresh[0].id);
+  }
+  a.reset();
+  HostThread destructor([&] { owner.reset(); });
+  destructor.waitUntilAsleep();
+  b->clearRequests();
+  b.reset();
+  pool.ClearThisRequest(fresh[2].id);  // the queue is empty: the destructor waits for the job alone
+  busy.go.open();
+  destructor.join();
+  EXPECT_EQ(fresh[0].ran + fresh[1].ran + fresh[2].ran + old[0].ran + old[1].ran, 0);
+}
+
+TEST(ThreadPoolTest, NeedsNoStandingWorkers) {
+  static constexpr struct {
+    int line;
+    std::uint16_t queueSize;
+    int clients;
+    std::uint16_t ceiling;
+  } ROWS[] = {
+      {__LINE__, 3, 3, 50},  // the queue isn't even overfull: the destructor starts a worker
+      {__LINE__, 2, 3, 50}, {__LINE__, 0, 1, 50}, {__LINE__, 0, 2, 1}, {__LINE__, 1, 8, 1}, {__LINE__, 1, 8, 3},
+  };
+  for (const auto& row : ROWS) {
+    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
+    std::vector<Story> stories(static_cast<std::size_t>(row.clients) * 10);
+    for (int round = 0; round < 10; ++round) {
+      ThreadPool pool(0, row.queueSize);
+      pool.setMaxNumThreads(row.ceiling);
+      std::vector<std::unique_ptr<HostThread>> clients;
+      for (int i = 0; i < row.clients; ++i) {
+        Story& story = stories[static_cast<std::size_t>(round * row.clients + i)];
+        clients.push_back(std::make_unique<HostThread>([&] { EXPECT_NE(story.submitTo(pool, nullptr), 0u); }));
+      }
+    }
+    for (const Story& story : stories) EXPECT_EQ(story.ran, 1);
+  }
+}
+
+/// While it lives, the system has no thread to give: nobody has room for such a stack.
+class NoThreads {
+ public:
+  NoThreads() {
+    pthread_getattr_default_np(&fBefore);
+    pthread_attr_t huge = fBefore;
+    pthread_attr_setstacksize(&huge, std::size_t{1} << 50);
+    pthread_setattr_default_np(&huge);
+  }
+  ~NoThreads() { pthread_setattr_default_np(&fBefore); }
+
+ private:
+  pthread_attr_t fBefore;
+};
+
+TEST(ThreadPoolTest, CopesWithASystemThatRefusesThreads) {
+  const std::uint32_t before = threads();
+  const auto expectRefusal = [](auto what) {
+    try {
+      what();
+      ADD_FAILURE() << "no error";
+    } catch (ThreadError& e) {
+      EXPECT_EQ(e.code(), ThreadError::SYSTEM_CALL_FAILED);
+      EXPECT_EQ(e.numInserts(), 2);
+    }
+  };
+  BusyStory busy;
+  Story waiting[2], queued, refused;
+  ThreadPool pool(1, 1);
+  busy.begin(pool, nullptr);
+  waiting[0].submitTo(pool, nullptr);
+  auto without = std::make_unique<ThreadPool>(0, 1);
+  queued.submitTo(*without, nullptr);
+  PoolGate refusing;
+  HostThread client([&] {
+    refusing.pass();
+    EXPECT_NE(waiting[1].submitTo(pool, nullptr), 0u);  // no extra worker, but the standing one will come
+  });
+  const std::uint64_t sleeps = client.waitUntilAsleep();
+  {
+    const NoThreads none;
+    expectRefusal([] { const ThreadPool never(2, 2); });
+    expectRefusal([&] { refused.submitTo(*without, nullptr); });
+    without.reset();
+    EXPECT_EQ(queued.ran, 1);  // by the destructor's own thread
+    refusing.open();
+    client.waitUntilAsleep(sleeps);
+    EXPECT_EQ(threads(), before + 1);
+  }
+  busy.go.open();
+  client.join();
+  waiting[1].waitUntilRun();
+  EXPECT_EQ(refused.ran + refused.cleaned, 0);
+}
+
+TEST(ThreadPoolTest, DeliversResultsOfCallables) {
+  int variable = 0;
+  ThreadPool pool(2, 10);
+  ThreadRequester client(&pool);
+  std::uint32_t id = 0;
+  EXPECT_EQ(client.submit([] { return std::string("made elsewhere"); }, &id).get(), "made elsewhere");
+  EXPECT_NE(id, 0u);
+  EXPECT_EQ(&client.submit([&]() -> int& { return variable; }).get(), &variable);
+  client.submit([moved = std::make_unique<int>(7), &variable] { variable = *moved; }).get();
+  EXPECT_EQ(variable, 7);
+  EXPECT_THROW(client.submit([] { throw std::out_of_range("x"); }).get(), std::out_of_range);
+
+  PoolGate begun;
+  std::future<int> stopped = client.submit([&](std::stop_token stop) {
+    PoolGate asked;
+    const std::stop_callback ask(stop, [&] { asked.open(); });
+    begun.open();
+    asked.pass();
+    return 8;
+  });
+  begun.pass();
+  client.clearRequests();
+  EXPECT_EQ(stopped.get(), 8);
+}
+
+TEST(ThreadPoolTest, CompletesTheFutureOfACancelledCallable) {
+  BusyStory busy;
+  auto owner = std::make_unique<ThreadPool>(1, 10);
+  ThreadPool& pool = *owner;
+  auto client = std::make_unique<ThreadRequester>(&pool), other = std::make_unique<ThreadRequester>(&pool);
+  busy.begin(pool, nullptr);
+  std::uint32_t id = 0;
+  const auto held = std::make_shared<int>(0);
+  std::future<void> byId = client->submit([held] { ++*held; }, &id);
+  // One that takes a client of the pool with it, whose destructor cancels in its turn.
+  std::future<void> byClient =
+      client->submit([held, inner = std::make_unique<ThreadRequester>(&pool)](std::stop_token) { ++*held; });
+  other->clearSingleRequest(id);
+  EXPECT_THROW(byId.get(), RequestCancelled);
+  client.reset();
+  EXPECT_THROW(byClient.get(), RequestCancelled);
+  EXPECT_EQ(held.use_count(), 1);
+
+  Story last;
+  std::future<void> refused;
+  last.body = [&](Flag&) {
+    do {
+      refused = other->submit([held] {}, &id);
+    } while (id != 0);  // until the pool is closing
+    other.reset();
+  };
+  last.submitTo(pool, nullptr);
+  busy.go.open();
+  owner.reset();
+  EXPECT_THROW(refused.get(), RequestCancelled);
+  EXPECT_EQ(held.use_count(), 1);
+}
+
+}  // namespace
