@@ -1,0 +1,74 @@
+// Configuration text from a file, plain and scrambled, in UTF-8 and in native text.
+
+#include <algorithm>
+
+#include "fuzz/support/config_reader.h"
+#include "tests/support/temp_dir.h"
+#include "zqcore27/files/file_locator.h"
+#include "zqcore27/strings/armour.h"
+
+namespace {
+
+std::string armoured(std::string_view line) {
+  std::string out(LengthInAscii(static_cast<std::uint32_t>(line.size())) + 4, '\0');
+  auto length = static_cast<std::int32_t>(out.size());
+  fuzz::require(StringInOut(reinterpret_cast<const unsigned char*>(line.data()), static_cast<std::int32_t>(line.size()),
+                            reinterpret_cast<unsigned char*>(out.data()), &length),
+                "a line can be armoured");
+  out.resize(static_cast<std::size_t>(length));
+  return out;
+}
+
+std::string armouredLines(std::string_view text) {
+  std::string out;
+  for (std::size_t end; !text.empty(); text.remove_prefix(std::min(end, text.size() - 1) + 1)) {
+    end = text.find('\n');
+    if (const std::string_view line = text.substr(0, end); !line.empty()) out += armoured(line) + '\n';
+  }
+  return out;
+}
+
+struct Way {
+  Config::SeparatorType mask;
+  bool utf8;
+  bool decrypts;
+  bool marked;
+  std::string_view steps;
+};
+
+std::string read(const std::string& text, const Way& way) {
+  static const TempDir directory;
+  Config config{FileLocator(String::fromUTF8(directory.write("fuzz.conf", text)))};
+  config.enableSeparators(way.mask);
+  if (way.decrypts) config.enableDecryption(0, way.marked);
+  config.setUTF8(way.utf8);
+  return fuzz::Reader(config, way.steps).read(text.size(), false);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  fuzz::Input in(data, size);
+  setACPid(in.below(2) != 0 ? 932 : 1252);
+  Way way{fuzz::separators(in), in.below(2) != 0, in.below(3) == 0, in.below(2) != 0, {}};
+  way.steps = in.upTo('~');
+  std::string text = fuzz::expanded(in.rest());
+  if (!way.steps.empty() || text.empty() || text[0] == '#' || text.size() > 2000 ||
+      !std::ranges::all_of(text, [](char c) { return c > 1; })) {
+    try {
+      read(text, way);
+    } catch (const StringError&) {
+      // The first character is no native text: there is no Config.
+    }
+    return 0;
+  }
+
+  // Scrambled line by line, 7-bit text reads as it does in the clear, but for blank lines.
+  text += '\n';
+  way.decrypts = false;
+  const std::string plain = read(text, way);
+  way.decrypts = true;
+  way.marked = false;
+  fuzz::require(read(armouredLines(text), way) == plain, "scrambled text reads as the plain text");
+  return 0;
+}
