@@ -27,9 +27,11 @@ class TreeRun {
     } else if (kind < (size() > 60 ? 65 : 55)) {
       remove(pick(0, size()));
     } else if (kind < 60) {
-      change_hints_and_walkers();
+      change_walkers();
     } else {
-      for (Walker& w : fWalkers) move(w, pick(0, 9));
+      for (int n = 0; n < 3; ++n) {
+        for (Walker& w : fWalkers) move(w, pick(0, 9));
+      }
     }
     check();
   }
@@ -136,21 +138,9 @@ class TreeRun {
     std::erase_if(fWalkers, [&test](const Walker& w) { return test(w.path); });
   }
 
-  void change_hints_and_walkers() {
-    Bitmap bits(size());
-    for (std::uint32_t i = 0; i < size(); ++i) {
-      if (pick(0, 9) == 0) bits.set(i);
-    }
-    if (size() != 0) {  // of an empty tree the model couldn't tell whether there are hints
-      const bool clones = pick(0, 1) == 0;
-      clones ? fTree.cloneHints(bits) : fTree.terminatorHints(bits);
-      std::vector<bool>& model = clones ? fClones : fTerminators;
-      model.assign(size(), false);
-      for (std::uint32_t i = 0; i < root(); ++i) model[i] = bits[i];
-    }
+  void change_walkers() {
     if (fWalkers.size() > 3) fWalkers.erase(fWalkers.begin());
     fWalkers.push_back({std::make_unique<SBTreeIterator>(&fTree), {}});
-    if (fWalkers.size() == 1) return;
     *fWalkers.back().it = *fWalkers.front().it;
     fWalkers.back().path = fWalkers.front().path;
     EXPECT_TRUE(*fWalkers.back().it == *fWalkers.front().it);
@@ -164,8 +154,6 @@ class TreeRun {
     }
     return all;
   }
-  static bool bit(const std::vector<bool>& bits, std::uint32_t idx) { return idx < bits.size() && bits[idx]; }
-
   std::uint32_t down(Words& path, bool first) const {
     const Words below = path.empty() ? Words() : children(path.back());
     if (below.empty()) return NONE;
@@ -184,7 +172,7 @@ class TreeRun {
       if (size() != 0) path.push_back(root());
       return path.empty() ? NONE : root();
     }
-    std::uint32_t reached = bit(fTerminators, path.back()) ? NONE : down(path, true);
+    std::uint32_t reached = down(path, true);
     while (reached == NONE && (reached = across(path, 1)) == NONE) {
       if (path.size() == 1) return NONE;
       path.pop_back();
@@ -208,10 +196,6 @@ class TreeRun {
     }
     EXPECT_EQ(it.getNodeIndex(), path.size() < 2 ? NONE : path.back());
     EXPECT_EQ(it.getNodeDepth(), static_cast<unsigned int>(path.size()) - 1);
-    if (path.empty()) return;
-    EXPECT_EQ(it.isAClone(), fClones.empty() || std::any_of(path.begin() + 1, path.end(),
-                                                            [this](std::uint32_t i) { return bit(fClones, i); }));
-    EXPECT_EQ(it.isAParent(), fTerminators.empty() ? !children(path.back()).empty() : !bit(fTerminators, path.back()));
     const std::uint32_t idx = pick(0, size());
     EXPECT_EQ(it.isADescendant(static_cast<std::int32_t>(idx)), std::ranges::find(path, idx) != path.end());
   }
@@ -242,7 +226,6 @@ class TreeRun {
   SBTree fTree;
   std::mt19937 fRandom;
   std::vector<std::unique_ptr<Node>> fNodes;  // in the order of their indexes; the last is the root
-  std::vector<bool> fTerminators, fClones;    // empty until hints are given
   std::vector<Walker> fWalkers;
 };
 
