@@ -1,35 +1,45 @@
 #pragma once
 
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <filesystem>
+#include <iterator>
 #include <string>
 #include <vector>
 
-#include "tests/tools/scratch.h"
+#include "tests/support/temp_dir.h"
 
 /// What a program left behind.
 struct Outcome {
   int status;
   std::string out, err;
+  bool operator==(const Outcome&) const = default;
 };
 
-/// Runs a program in the directory of `scratch`, in a locale of UTF-8 in English unless `environment` says otherwise.
-inline Outcome runProgram(const Scratch& scratch, const std::string& program, const std::vector<std::string>& arguments,
-                          const std::string& input = {}, const std::string& environment = {}) {
-  scratch.write(".in", input);
-  std::string command = "cd '" + scratch.path("") + "' && LC_ALL=C.UTF-8 " + environment + " '" + program + "'";
-  for (const std::string& argument : arguments) command += " '" + argument + "'";
-  const int result = std::system((command + " <.in >.out 2>.err").c_str());
-  Outcome outcome{WIFEXITED(result) ? WEXITSTATUS(result) : -1, scratch.read(".out"), scratch.read(".err")};
-  for (const char* name : {".in", ".out", ".err"}) std::filesystem::remove(scratch.path(name));
-  return outcome;
-}
+inline void PrintTo(const Outcome& o, std::ostream* to) { *to << o.status << "\n" << o.out << "\n" << o.err; }
 
-inline Outcome runZqtool(const Scratch& scratch, const std::vector<std::string>& arguments,
-                         const std::string& input = {}, const std::string& environment = {}) {
-  return runProgram(scratch, ZQTOOL, arguments, input, environment);
-}
+/// Runs programs in a directory of the test's own.
+class ZqtoolTest : public testing::Test {
+ protected:
+  /// A command of the shell, in a locale of UTF-8 in English unless `environment` says otherwise.
+  Outcome run(const std::string& command, const std::string& input = {}, const std::string& environment = {}) const {
+    dir.write(".in", input);
+    const std::string line = "cd '" + (dir / "") + "' && LC_ALL=C.UTF-8 " + environment + " " + command;
+    const int result = std::system((line + " <.in >.out 2>.err").c_str());
+    Outcome outcome{WIFEXITED(result) ? WEXITSTATUS(result) : -1, dir.read(".out"), dir.read(".err")};
+    for (const char* name : {".in", ".out", ".err"}) std::filesystem::remove(dir / name);
+    return outcome;
+  }
+  Outcome zqtool(const std::string& words, const std::string& input = {}, const std::string& environment = {}) const {
+    return run("'" ZQTOOL "' " + words, input, environment);
+  }
+  std::ptrdiff_t fileCount() const { return std::distance(std::filesystem::directory_iterator(dir.path()), {}); }
+
+  const TempDir dir;
+};
 
 inline std::vector<std::string> linesOf(const std::string& text) {
   std::vector<std::string> lines;
