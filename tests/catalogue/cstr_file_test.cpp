@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <latch>
 #include <map>
 #include <random>
@@ -22,12 +21,6 @@ constexpr const char* NAME = "strings_200_.cst";
 constexpr std::size_t PAGES_AT = CatalogueBuilder::PAGES_AT, INDEX_AT = CatalogueBuilder::INDEX_AT,
                       FIRST_PAGE_AT = CatalogueBuilder::FIRST_PAGE_AT, PAGE_BYTES = CatalogueBuilder::PAGE_BYTES;
 
-std::string smallest() {
-  CatalogueBuilder b;
-  b.texts = {{0x100, u"alpha"}, {0x101, u"beta"}};
-  return b.bytes();
-}
-
 // One text a page, 0x1000 apart, with n as its text.
 std::string ofPages(int n) {
   CatalogueBuilder b;
@@ -36,78 +29,64 @@ std::string ofPages(int n) {
 }
 
 TEST_F(CStrFileTest, RefusesWhatIsUnfit) {
+  const auto check = [this](int line, const std::string& bytes, const std::string& failure) {
+    SCOPED_TRACE(testing::Message() << "case of line " << line);
+    write(NAME, bytes);
+    EXPECT_EQ(failureOf([] { CStrFile(nullptr, named(NAME), String("2.7.A")); }), failure);
+  };
   const std::string small = "8: The constant string file's too small to hold any strings: strings_200_.cst";
   const std::string size = "10: The constant string file isn't the correct size: strings_200_.cst";
   const std::string order = "11: The index in the constant string file is out of order: strings_200_.cst";
   const std::string header = "15: Constant string file's header was badCstr::load_header_block";
-  const auto pageCount = [](std::uint32_t n) { return [n](std::string& b) { poke(b, PAGES_AT, 4, n); }; };
-  const auto index = [](std::size_t i, std::uint32_t handle) {
-    return [i, handle](std::string& b) { poke(b, INDEX_AT + 4 * i, 4, handle); };
-  };
-  const struct {
-    int line;
-    int pages;
-    std::function<void(std::string&)> damage;
-    std::string failure;
-  } ROWS[] = {
-      {__LINE__, 1, [](std::string&) {}, ""},
-      {__LINE__, 502, [](std::string&) {}, ""},
-      {__LINE__, 1, [](std::string& b) { b.resize(2559); }, small},
-      {__LINE__, 1, [](std::string& b) { b.assign(2560, '\0'); }, header},
-      {__LINE__, 1, [](std::string& b) { b[11] = 1; }, header},                   // the signature's last byte
-      {__LINE__, 1, [](std::string& b) { b.replace(12, 6, "CONSTA"); }, header},  // the type
-      {__LINE__, 1, [](std::string& b) { b[19] = 'x'; }, header},                 // behind the type
-      {__LINE__, 1, [](std::string& b) { b.replace(20, 5, "2.7.B"); }, header},   // the version
-      {__LINE__, 1, [](std::string& b) { b.replace(26, 3, "MAC"); }, header},     // the platform
-      {__LINE__, 1, [](std::string& b) { b += std::string(512, 'x'); }, size},
-      {__LINE__, 2, [](std::string& b) { b.resize(b.size() - 1); }, size},
-      {__LINE__, 2, [](std::string& b) { b.resize(b.size() - 512); }, size},
-      {__LINE__, 1, pageCount(0), size},
-      {__LINE__, 1, pageCount(0x00800001), size},  // wraps to one page in 32 bits
-      {__LINE__, 1, pageCount(0xFFFFFFFF), size},
-      {__LINE__, 503, [](std::string&) {}, order},  // more than the header block names
-      {__LINE__, 3, index(0, 0), order},
-      {__LINE__, 3, index(1, 0x1000), order},  // twice
-      {__LINE__, 3, index(2, 0x1FFF), order},  // falls
-      {__LINE__, 3, index(3, 0x2FFF), order},  // the end below the last page
-      {__LINE__, 3, index(3, 0x3000), ""},
-      {__LINE__, 3, index(3, 0xFFFFFFFF), ""},
-      {__LINE__, 1, [&](std::string& b) { b[0] = 0, b += 'x'; }, header},  // the header comes before the size
-      {__LINE__, 3, [&](std::string& b) { index(0, 0)(b), b += 'x'; }, size},
-  };
-  for (const auto& row : ROWS) {
-    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
-    std::string bytes = ofPages(row.pages);
-    row.damage(bytes);
-    write(NAME, bytes);
-    EXPECT_EQ(failureOf([] { CStrFile(nullptr, named(NAME), String("2.7.A")); }), row.failure);
+  const std::string one = ofPages(1), three = ofPages(3);
+  check(__LINE__, one, "");
+  check(__LINE__, ofPages(502), "");
+  check(__LINE__, ofPages(503), order);  // more than the header block names
+  check(__LINE__, one.substr(1), small);
+  check(__LINE__, std::string(2560, '\0'), header);
+  for (const std::size_t at :
+       {11, 14, 19, 22, 28}) {  // of the signature, the type, behind it, the version, the platform
+    std::string bad = one;
+    bad[at] = 'x';
+    check(__LINE__, bad, header);
+    check(__LINE__, bad + "x", header);  // the header comes before the size
   }
+  check(__LINE__, one + std::string(512, 'x'), size);
+  check(__LINE__, three.substr(0, three.size() - 1), size);
+  check(__LINE__, three.substr(0, three.size() - 512), size);
+  for (const std::uint32_t pages : {0u, 0x00800001u, 0xFFFFFFFFu}) {  // the second wraps to one page in 32 bits
+    std::string bad = one;
+    poke(bad, PAGES_AT, 4, pages);
+    check(__LINE__, bad, size);
+  }
+  const struct {
+    std::size_t entry;
+    std::uint32_t handle;
+    std::string failure;
+  } INDICES[] = {{0, 0, order},      {1, 0x1000, order}, {2, 0x1FFF, order},
+                 {3, 0x2FFF, order}, {3, 0x3000, ""},    {3, 0xFFFFFFFF, ""}};  // the last entry is the end
+  for (const auto& index : INDICES) {
+    std::string bytes = three;
+    poke(bytes, INDEX_AT + 4 * index.entry, 4, index.handle);
+    check(__LINE__, bytes, index.failure);
+    check(__LINE__, bytes + "x", size);  // which comes before the index
+  }
+  write(NAME, one);
+  std::error_code failed;
+  std::filesystem::resize_file(pathOf(NAME), (std::uint64_t{1} << 32) + 2560, failed);
+  if (failed) GTEST_SKIP() << "no sparse files here: " << failed.message();
+  EXPECT_EQ(failureOf([] { CStrFile(nullptr, named(NAME)); }), size);
 }
 
-TEST_F(CStrFileTest, TakesHandlesAsUnsigned) {
+TEST_F(CStrFileTest, TakesHandlesAsUnsignedAndAnyVersionForAnEmptyOne) {
   CatalogueBuilder b;
+  b.version = "9";
   b.texts = {{0x7FFFFFFF, u"low"}, {0xC2000106, u"high"}};
   write(NAME, b.bytes());
   CStrFile file(nullptr, named(NAME));
   EXPECT_EQ(utf8(file.get(0x7FFFFFFF)), "low");
   EXPECT_EQ(utf8(file.get(0xC2000106)), "high");
-}
-
-TEST_F(CStrFileTest, AnEmptyVersionAcceptsAny) {
-  CatalogueBuilder b;
-  b.version = "9";
-  b.texts = {{1, u"text"}};
-  write(NAME, b.bytes());
-  EXPECT_EQ(utf8(CStrFile(nullptr, named(NAME)).get(1)), "text");
   EXPECT_NE(failureOf([] { CStrFile(nullptr, named(NAME), String("9.1")); }), "");
-}
-
-TEST_F(CStrFileTest, RefusesAFileBeyond32BitSizes) {
-  write(NAME, smallest());
-  std::error_code failed;
-  std::filesystem::resize_file(pathOf(NAME), (std::uint64_t{1} << 32) + 2560, failed);
-  if (failed) GTEST_SKIP() << "no sparse files here: " << failed.message();
-  EXPECT_EQ(failureOf([] { CStrFile(nullptr, named(NAME)); }).substr(0, 3), "10:");
 }
 
 TEST_F(CStrFileTest, FindsEveryTextAndKeepsItInPlace) {
@@ -120,17 +99,17 @@ TEST_F(CStrFileTest, FindsEveryTextAndKeepsItInPlace) {
   write(NAME, b.bytes());
   CStrFile file(nullptr, named(NAME), String("2.7.A"));
   std::map<std::uint32_t, const std::uint16_t*> places;
+  std::vector<std::uint32_t> shuffled;
   for (const auto& [handle, text] : b.texts) {
+    shuffled.push_back(handle);
     places[handle] = file.get(handle);
     ASSERT_NE(places[handle], nullptr) << handle;
     EXPECT_EQ(utf8(places[handle]), utf8(String(text))) << handle;
   }
-  std::vector<std::uint32_t> shuffled;
-  for (const auto& entry : places) shuffled.push_back(entry.first);
   std::shuffle(shuffled.begin(), shuffled.end(), random);
   CStrFile fresh(nullptr, named(NAME));  // its pages are read by whichever thread comes first
   std::latch ready(4);
-  std::vector<std::thread> threads;
+  std::vector<std::jthread> threads;
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&, t] {
       ready.arrive_and_wait();
@@ -141,7 +120,6 @@ TEST_F(CStrFileTest, FindsEveryTextAndKeepsItInPlace) {
       }
     });
   }
-  for (std::thread& t : threads) t.join();
 }
 
 TEST_F(CStrFileTest, TellsHandlesThatDoNotFit) {
@@ -153,55 +131,46 @@ TEST_F(CStrFileTest, TellsHandlesThatDoNotFit) {
   CStrFile file(nullptr, named(NAME));
   const std::string range = "4: CStr handle out of range", gap = "5: CStr handle invalid";
   const struct {
-    int line;
     std::uint32_t handle;
     std::string result;
-  } ROWS[] = {
-      {__LINE__, 0, range},          {__LINE__, 0xFF, range},     {__LINE__, 0x100, "a"},
-      {__LINE__, 0x101, "b"},        {__LINE__, 0x102, "(null)"}, {__LINE__, 0x1FF, "(null)"},
-      {__LINE__, 0x200, gap},        {__LINE__, 0x2FF, gap},      {__LINE__, 0x300, "c"},
-      {__LINE__, 0x400, gap},        {__LINE__, 0x500, gap},      {__LINE__, 0x501, range},
-      {__LINE__, 0xFFFFFFFF, range}, {__LINE__, 0xE000FEDC, ""},  {__LINE__, 0xE000FCDE, "3: CStr string not found"}};
+  } ROWS[] = {{0, range},          {0xFF, range},     {0x100, "a"},
+              {0x101, "b"},        {0x102, "(null)"}, {0x1FF, "(null)"},
+              {0x200, gap},        {0x2FF, gap},      {0x300, "c"},
+              {0x400, gap},        {0x500, gap},      {0x501, range},
+              {0xFFFFFFFF, range}, {0xE000FEDC, ""},  {0xE000FCDE, "3: CStr string not found"}};
   for (const auto& row : ROWS) {
-    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
     std::string text;
     const std::string failure = failureOf([&] { text = utf8(file.get(row.handle)); });
-    EXPECT_EQ(failure + text, row.result);
+    EXPECT_EQ(failure + text, row.result) << row.handle;
   }
   EXPECT_EQ(file.get(0xE000FEDC), strNULL);
 }
 
 TEST_F(CStrFileTest, NeverLeavesAPage) {
-  const auto unit = [](std::string& b, int at, std::uint32_t value) { poke(b, FIRST_PAGE_AT + 2 * at, 2, value); };
-  std::string page = smallest();
-  poke(page, INDEX_AT + 4, 4, 0x1FF);  // all 256 numbers are asked for
-
-  std::string zeros = page;
-  zeros.replace(FIRST_PAGE_AT, PAGE_BYTES, PAGE_BYTES, '\0');
-  std::string endless = page;  // no zero unit anywhere
-  endless.replace(FIRST_PAGE_AT, PAGE_BYTES, PAGE_BYTES, 'x');
-  std::string highBytes = page;  // the high byte of an entry counts for nothing
-  unit(highBytes, 254, 0xAB06);
-  std::string tail = page;  // the second text runs into the table and through the last unit
-  unit(tail, 254, 0x00FE);
-  std::string tableless = page;  // the lowest index lies outside the page
-  unit(tableless, 255, 0x0100);
-
-  const struct {
-    int line;
-    std::string bytes;
-    std::string first, second, last;
-  } ROWS[] = {{__LINE__, page, "alpha", "beta", "(null)"},       {__LINE__, zeros, "", "", ""},
-              {__LINE__, endless, "(null)", "(null)", "(null)"}, {__LINE__, highBytes, "alpha", "beta", "(null)"},
-              {__LINE__, tail, "alpha", "(null)", "(null)"},     {__LINE__, tableless, "alpha", "(null)", "(null)"}};
-  for (const auto& row : ROWS) {
-    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
-    write(NAME, row.bytes);
+  const auto check = [this](int line, const std::string& bytes, const char* first, const char* second,
+                            const char* last) {
+    SCOPED_TRACE(testing::Message() << "case of line " << line);
+    write(NAME, bytes);
     CStrFile file(nullptr, named(NAME));
-    EXPECT_EQ(utf8(file.get(0x100)), row.first);
-    EXPECT_EQ(utf8(file.get(0x101)), row.second);
-    EXPECT_EQ(utf8(file.get(0x1FF)), row.last);
-  }
+    EXPECT_EQ(utf8(file.get(0x100)), first);
+    EXPECT_EQ(utf8(file.get(0x101)), second);
+    EXPECT_EQ(utf8(file.get(0x1FF)), last);
+  };
+  CatalogueBuilder b;
+  b.texts = {{0x100, u"alpha"}, {0x101, u"beta"}};
+  std::string page = b.bytes();
+  poke(page, INDEX_AT + 4, 4, 0x1FF);  // all 256 numbers are asked for
+  const auto with = [&page](int unit, std::uint32_t value) {
+    std::string bytes = page;
+    poke(bytes, FIRST_PAGE_AT + 2 * unit, 2, value);
+    return bytes;
+  };
+  check(__LINE__, page, "alpha", "beta", "(null)");
+  check(__LINE__, with(254, 0xAB06), "alpha", "beta", "(null)");    // the high byte of an entry counts for nothing
+  check(__LINE__, with(254, 0x00FE), "alpha", "(null)", "(null)");  // a text through the table and the last unit
+  check(__LINE__, with(255, 0x0100), "alpha", "(null)", "(null)");  // the lowest index lies outside the page
+  check(__LINE__, page.replace(FIRST_PAGE_AT, PAGE_BYTES, PAGE_BYTES, '\0'), "", "", "");
+  check(__LINE__, page.replace(FIRST_PAGE_AT, PAGE_BYTES, PAGE_BYTES, 'x'), "(null)", "(null)", "(null)");
 }
 
 TEST_F(CStrFileTest, TriesAPageAgainThatCouldNotBeRead) {

@@ -81,12 +81,11 @@ TEST_F(EntCStrFileTest, FallsBackFromTheLanguageToEnglish) {
 }
 
 TEST_F(EntCStrFileTest, PassesOverWhatIsUnfit) {
-  const auto best = [] { return utf8(EntCStrFile(nullptr, 7, String("deu"), String("P_"), String("2.7.A")).get(1)); };
   writeCatalogue("P__deu.cst", 0, "2.7.B");
   write("P__de.cst", "cut short");
   std::filesystem::create_directory(pathOf("P_.cst"));
   writeCatalogue("P__en.cst");
-  EXPECT_EQ(best(), "P__en.cst");
+  EXPECT_EQ(utf8(EntCStrFile(nullptr, 7, String("deu"), String("P_"), String("2.7.A")).get(1)), "P__en.cst");
 }
 
 TEST_F(EntCStrFileTest, TheCodeIsInTheName) {
@@ -138,7 +137,7 @@ TEST_F(EntCStrFileTest, ThreadsThatAskAtOnceGetOneCatalogue) {
     writeCatalogue(utf8(name), code);
     const std::size_t before = catalogues();
     std::vector<CStr*> got(THREADS);
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     std::atomic<int> started{0};
     {
       // All search in vain while this lock is held, and make the entry when it goes. The yields let them come so far;
@@ -154,8 +153,8 @@ TEST_F(EntCStrFileTest, ThreadsThatAskAtOnceGetOneCatalogue) {
       while (started < THREADS) std::this_thread::yield();
       for (int i = 0; i < 200; ++i) std::this_thread::yield();
     }
-    for (std::thread& t : threads) t.join();
-    for (CStr* each : got) EXPECT_EQ(each, got[0]);
+    threads.clear();
+    EXPECT_EQ(got, std::vector<CStr*>(THREADS, got[0]));
     EXPECT_EQ(catalogues(), before + 1);
   }
 }

@@ -97,28 +97,25 @@ TEST(ConfigTokenTest, HashSyntaxOfFiles) {
 }
 
 TEST(ConfigTokenTest, LimitsOfLength) {
-  const auto repeat = [](std::size_t n) { return std::string(n, 'x'); };
   static constexpr struct {
-    int line;
     std::size_t length;
     const char *before, *behind;
     std::uint32_t code;  // 0: fits
     std::size_t held;    // units of the token
-  } ROWS[] = {
-      {__LINE__, 1024, "", "\n", 0, 1024},
-      {__LINE__, 1025, "", "\n", ConfigError::WORD_TOO_LONG, 1024},
-      {__LINE__, 16000, "\"", "\"\n", 0, 16000},
-      {__LINE__, 16001, "\"", "\"\n", ConfigError::STRING_TOO_LONG, 16000},
-      {__LINE__, 16000, "\"", "\"\"\"\n", ConfigError::STRING_TOO_LONG, 16000},
-      {__LINE__, 16000, "\"", "\n", ConfigError::UNCLOSED_STRING, 16000},
-      {__LINE__, 16000, "\"", "\x02\"\n", ConfigError::CONTROL_CHARACTER, 16000},
-      {__LINE__, 15998, "'", "'\n", 0, 16000},
-      {__LINE__, 15999, "'", "'\n", ConfigError::STRING_TOO_LONG, 15999},
-  };
+  } ROWS[] = {{1024, "", "\n", 0, 1024},
+              {1025, "", "\n", ConfigError::WORD_TOO_LONG, 1024},
+              {16000, "\"", "\"\n", 0, 16000},
+              {16001, "\"", "\"\n", ConfigError::STRING_TOO_LONG, 16000},
+              {16000, "\"", "\"\"\"\n", ConfigError::STRING_TOO_LONG, 16000},
+              {16000, "\"", "\n", ConfigError::UNCLOSED_STRING, 16000},
+              {16000, "\"", "\x02\"\n", ConfigError::CONTROL_CHARACTER, 16000},
+              {15998, "'", "'\n", 0, 16000},
+              {15999, "'", "'\n", ConfigError::STRING_TOO_LONG, 15999}};
   for (const auto& row : ROWS) {
     for (const Kind kind : ALL_KINDS) {
-      SCOPED_TRACE(testing::Message() << "row of line " << row.line << ", source " << static_cast<int>(kind));
-      Source source(kind, "a\n" + (row.before + repeat(row.length)) + row.behind + "b\n");
+      SCOPED_TRACE(testing::Message() << row.before << row.length << row.behind << ", source "
+                                      << static_cast<int>(kind));
+      Source source(kind, "a\n" + (row.before + std::string(row.length, 'x')) + row.behind + "b\n");
       ASSERT_EQ(source->nextToken(), Config::KEYWORD_TOKEN);
       source->releaseToken();
       source->checkEOS();

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -59,54 +60,33 @@ inline constexpr Kind ALL_KINDS[] = {Kind::STREAM, Kind::STRING, Kind::PLAIN_FIL
 /// A Config with all that it reads from.
 class Source {
  public:
-  Source(Kind kind, const std::string& text) {
-    switch (kind) {
-      case Kind::STREAM:
-        fStream.str(text);
-        fConfig = std::make_unique<Config>(fStream);
-        break;
-      case Kind::STRING:
-        fString = String::fromUTF8(text);
-        fConfig = std::make_unique<Config>(static_cast<const String&>(fString));
-        break;
-      case Kind::PLAIN_FILE:
-        openFile(text);
-        break;
-      case Kind::ARMOURED_FILE:
-        openFile(armouredLines(text));
-        fConfig->enableDecryption(0, false);
-        break;
+  Source(Kind kind, const std::string& text)
+      : fStream(text), fString(String::fromUTF8(kind == Kind::STRING ? text : "")) {
+    if (kind == Kind::STREAM) {
+      fConfig = std::make_unique<Config>(fStream);
+    } else if (kind == Kind::STRING) {
+      fConfig = std::make_unique<Config>(static_cast<const String&>(fString));
+    } else {
+      fFile = std::make_unique<BytesFile>(kind == Kind::ARMOURED_FILE ? armouredLines(text) : text);
+      fConfig = std::make_unique<Config>(fFile->locator());
+      if (kind == Kind::ARMOURED_FILE) fConfig->enableDecryption(0, false);
     }
   }
   Config& operator*() { return *fConfig; }
   Config* operator->() { return fConfig.get(); }
 
  private:
-  void openFile(const std::string& bytes) {
-    fFile = std::make_unique<BytesFile>(bytes);
-    fConfig = std::make_unique<Config>(fFile->locator());
-  }
-
   std::istringstream fStream;
-  String fString;
+  const String fString;
   std::unique_ptr<BytesFile> fFile;
   std::unique_ptr<Config> fConfig;
 };
 
 inline std::string tokenName(Config& config, Config::TokenType t) {
+  static const std::map<Config::TokenType, std::string> LETTERS = {
+      {Config::KEYWORD_TOKEN, "K"}, {Config::INT_TOKEN, "I"}, {Config::STRING_TOKEN, "S"}, {Config::FP_TOKEN, "F"}};
   const std::string text = utf8(config.tokenText());
-  switch (t) {
-    case Config::KEYWORD_TOKEN:
-      return "K(" + text + ")";
-    case Config::INT_TOKEN:
-      return "I(" + text + ")";
-    case Config::STRING_TOKEN:
-      return "S(" + text + ")";
-    case Config::FP_TOKEN:
-      return "F(" + text + ")";
-    default:
-      return text;
-  }
+  return LETTERS.contains(t) ? LETTERS.at(t) + "(" + text + ")" : text;
 }
 
 /// The low 12 bits of the code, as "!109".
@@ -120,20 +100,16 @@ inline std::string codeName(const Error& e) {
 /// bytes, the token that they leave held.
 inline std::string allTokens(Config& config) {
   std::string out;
-  for (int budget = 300000; budget != 0; --budget) {
+  for (int budget = 300000; budget != 0; --budget, out += " ") {
     try {
       const Config::TokenType t = config.nextToken();
-      out += (out.empty() ? "" : " ") + tokenName(config, t);
+      out += tokenName(config, t);
       if (t == Config::EOF_TOKEN) return out;
-      if (t == Config::EOS_TOKEN) {
-        config.checkEOS();
-      } else {
-        config.releaseToken();
-      }
+      t == Config::EOS_TOKEN ? static_cast<void>(config.checkEOS()) : config.releaseToken();
     } catch (const StringError& e) {
-      out += (out.empty() ? "" : " ") + codeName(e);
+      out += codeName(e);
     } catch (const ConfigError& e) {
-      out += (out.empty() ? "" : " ") + codeName(e) + "(" + utf8(config.tokenText()) + ")";
+      out += codeName(e) + "(" + utf8(config.tokenText()) + ")";
       config.releaseToken();
     }
   }

@@ -38,13 +38,10 @@ TEST(MemAllocatorTest, WorksOnExactlyTheBytesGiven) {
       EXPECT_TRUE(MemAllocator::same(&to[at], &from[at], n));
       EXPECT_FALSE(MemAllocator::same(&to[at], &from[at], n + 1));
 
-      std::copy_n(from.begin(), n, expected.begin());
-      std::copy_n(from.begin() + at, n, expected.begin() + at);
       expected = from;
       std::memmove(&expected[at], expected.data(), n);
       MemAllocator::move(&from[at], from.data(), n);
       EXPECT_EQ(from, expected);
-
       std::fill_n(expected.begin() + at, n, 0xFF);
       MemAllocator::fill(&from[at], 0xFF, n);
       EXPECT_EQ(from, expected);
@@ -82,23 +79,18 @@ TEST(MemResizableTest, KeepsWhatFitsAndShowsZerosBehindIt) {
   EXPECT_EQ(block.size(), 0u);
   EXPECT_EQ(*block, nullptr);
   block.set("abcdefgh");
-  static const struct {
-    int line;
-    unsigned size;
-    std::string expected;
-  } ROWS[] = {{__LINE__, 10, std::string("abcdefgh\0\0", 10)},
-              {__LINE__, 3, "abc"},
-              {__LINE__, 3, "abc"},
-              {__LINE__, 6, std::string("abc\0\0\0", 6)},  // never what stood there before
-              {__LINE__, 1, "a"},
-              {__LINE__, 0, ""},
-              {__LINE__, 0, ""},
-              {__LINE__, 4, std::string(4, 0)}};
-  for (const auto& row : ROWS) {
-    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
-    EXPECT_EQ(&block.resize(row.size), &block);
-    EXPECT_EQ(block.size(), row.size);
-    EXPECT_EQ(block.bytes(), row.expected);
+  const std::pair<unsigned, std::string> ROWS[] = {{10, std::string("abcdefgh\0\0", 10)},
+                                                   {3, "abc"},
+                                                   {3, "abc"},
+                                                   {6, std::string("abc\0\0\0", 6)},  // never what stood there
+                                                   {1, "a"},
+                                                   {0, ""},
+                                                   {0, ""},
+                                                   {4, std::string(4, 0)}};
+  for (const auto& [size, expected] : ROWS) {
+    EXPECT_EQ(&block.resize(size), &block);
+    EXPECT_EQ(block.size(), size);
+    EXPECT_EQ(block.bytes(), expected);
   }
 }
 
