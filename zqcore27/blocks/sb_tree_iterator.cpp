@@ -46,12 +46,12 @@ TreeIterator& SBTreeIterator::operator=(TreeIterator& other) {
 
 SBTreeIterator& SBTreeIterator::operator=(const SBTreeIterator& other) {
   testIter(true);
-  auto frames = other.fFrames;
+  fFrames.reserve(other.fFrames.size());  // what may fail comes first
   attach_to(other.fTree);
   fTop = other.fTop;
   fCurrent = other.fCurrent;
   fNear = other.fNear;
-  fFrames = std::move(frames);
+  fFrames = other.fFrames;
   return *this;
 }
 
@@ -103,7 +103,7 @@ bool SBTreeIterator::isAClone() {
 
 bool SBTreeIterator::isADescendant(std::int32_t idx) {
   const auto wanted = static_cast<std::uint32_t>(idx);
-  return std::any_of(fFrames.begin(), fFrames.begin() + fTop + 1,
+  return std::any_of(fFrames.begin(), fFrames.begin() + (fTop + 1),
                      [wanted](const SBTreeIteratorStackFrame& f) { return f.fIndex == wanted; });
 }
 
