@@ -15,3 +15,13 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zqcore27Config.cmake ${CMAKE_CURRENT_B
 file(RELATIVE_PATH prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/zqcore27.pc.in zqcore27.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zqcore27.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# gdb loads a library's printers from its auto-load directory, under the library's own absolute path. The destination
+# depends on the prefix, which is known when the installation runs.
+install(CODE "
+  set(library_dir \"${CMAKE_INSTALL_LIBDIR}\")
+  cmake_path(ABSOLUTE_PATH library_dir BASE_DIRECTORY \"\${CMAKE_INSTALL_PREFIX}\")
+  set(data_dir \"${CMAKE_INSTALL_DATADIR}\")
+  cmake_path(ABSOLUTE_PATH data_dir BASE_DIRECTORY \"\${CMAKE_INSTALL_PREFIX}\")
+  file(INSTALL DESTINATION \"\${data_dir}/gdb/auto-load\${library_dir}\" TYPE FILE
+    FILES \"${PROJECT_SOURCE_DIR}/share/gdb/zqcore27-gdb.py\" RENAME \"libzqcore27.so.${PROJECT_VERSION}-gdb.py\")")

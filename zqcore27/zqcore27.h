@@ -48,6 +48,7 @@
 #include "zqcore27/floatfmt/fp_format.h"
 #include "zqcore27/strings/armour.h"
 #include "zqcore27/strings/nat_string.h"
+#include "zqcore27/strings/print_to.h"
 #include "zqcore27/strings/string.h"
 #include "zqcore27/strings/transcode.h"
 #include "zqcore27/strings/wide_string.h"

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <ostream>
+#include <string_view>
 
 #include "zqcore27/core/memory.h"
 #include "zqcore27/platform/export.h"
@@ -45,5 +47,10 @@ class ZQCORE27_EXPORT NatString : public MemResizable {
 
   std::uint32_t fLength;  // bytes of text plus one
 };
+
+/// The bytes as they stand, in the platform's encoding.
+inline std::ostream& operator<<(std::ostream& out, const NatString& s) {
+  return out << std::string_view(s.begin(), s.size() - 1);
+}
 
 }  // namespace zqcore27

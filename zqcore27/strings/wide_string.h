@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ostream>
 
 #include "zqcore27/core/memory.h"
 #include "zqcore27/platform/export.h"
@@ -34,5 +35,8 @@ class ZQCORE27_EXPORT WideString : public MemResizable {
 
   std::uint32_t fLength;  // units of text plus one, or 0
 };
+
+/// The text as UTF-8.
+inline std::ostream& operator<<(std::ostream& out, const WideString& s) { return out << String(s.begin()); }
 
 }  // namespace zqcore27
