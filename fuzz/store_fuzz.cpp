@@ -99,7 +99,7 @@ class Run {
   }
 
   void walk(std::int32_t idx) {
-    if (fWalkers.size() > 4) fWalkers.erase(fWalkers.begin() + idx % 4);
+    if (fWalkers.size() > 4) fWalkers.erase(fWalkers.begin() + (idx & 3));
     if (fWalkers.size() < 2 || fIn.below(4) == 0) {
       fWalkers.push_back({std::unique_ptr<SupaBlockIterator>(new SupaBlockIterator(&fStore, idx)), idx});
     }
