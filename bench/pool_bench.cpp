@@ -1,6 +1,6 @@
 // The thread pool beside the peers that a host would take instead, these behind a semaphore that bounds what they have
-// queued. Each round submits JOBS empty jobs, from one or two clients, and waits until all have run. Numbers of
-// allocations are those of the whole process in one round.
+// queued. Each round submits JOBS empty jobs, from one or two clients, and waits until all have run. The counters are
+// the whole process's allocations and sleeps in one round.
 
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>
@@ -186,6 +186,12 @@ void submitAndRun(std::vector<Client>& clients) {
   while (const std::uint32_t left = jobsLeft) jobsLeft.wait(left);
 }
 
+rusage usage() {
+  rusage now{};
+  getrusage(RUSAGE_SELF, &now);
+  return now;
+}
+
 template <class Subject>
 void EmptyJobs(benchmark::State& state) {
   Subject subject(static_cast<std::uint16_t>(state.range(1)));
@@ -194,11 +200,13 @@ void EmptyJobs(benchmark::State& state) {
   for (std::int64_t i = 0; i < state.range(0); ++i) clients.emplace_back(subject);
   submitAndRun(clients);  // whatever is made at the first use is there
   for (auto _ : state) submitAndRun(clients);
+  const rusage before = usage();
   allocations = 0;
   counting = true;
   submitAndRun(clients);
   counting = false;
   state.counters["allocations"] = static_cast<double>(allocations);
+  state.counters["sleeps"] = static_cast<double>(usage().ru_nvcsw - before.ru_nvcsw);
   state.SetItemsProcessed(state.iterations() * JOBS);
 }
 
@@ -212,13 +220,13 @@ void IdlePool(benchmark::State& state) {
   rusage before{}, after{};
   for (auto _ : state) {
     std::this_thread::sleep_for(std::chrono::milliseconds(100));  // the last ones have gone to sleep
-    getrusage(RUSAGE_SELF, &before);
+    before = usage();
     std::this_thread::sleep_for(std::chrono::seconds(1));
-    getrusage(RUSAGE_SELF, &after);
+    after = usage();
   }
   state.counters["cpu_us"] = microseconds(after.ru_utime) + microseconds(after.ru_stime) -
                              microseconds(before.ru_utime) - microseconds(before.ru_stime);
-  state.counters["switches"] = static_cast<double>(after.ru_nvcsw - before.ru_nvcsw);
+  state.counters["sleeps"] = static_cast<double>(after.ru_nvcsw - before.ru_nvcsw);
 }
 
 #define POOL_BENCHMARK(subject)           \
