@@ -163,9 +163,9 @@ void ThreadPool::look_out(Came came) {
 }
 
 void ThreadPool::grow() {
-  // Idle workers come one after the other as long as the queue isn't empty: if there are more of them than clients that
-  // wait already, one will make room for this client.
-  if (fIdleWorkers + fLookingWorkers > fWaitingClients || fTakers >= getMaxNumThreads()) return;
+  // Whoever runs nothing now comes to the queue: if those are more than the clients that wait already, one of them will
+  // make room for this client.
+  if (fTakers - getNumActThreads() > fWaitingClients || fTakers >= getMaxNumThreads()) return;
   try {
     add_extra_worker();
   } catch (const JTCSystemCallException& e) {

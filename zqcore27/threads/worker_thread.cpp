@@ -29,13 +29,19 @@ void WorkerThread::begin(const Request& request) {
 
 void WorkerThread::run_request(const Request& request) {
   request.run(fStopFlag.get());
+  if (request.fJob != nullptr) end_job();
   --fPool->fNumActThreads;
-  JTCHandleT<SubmittedJob> done;  // given up behind the lock: what goes with it is the host's
   const OrlanSynchronized hold(fHandleMutex);
   fRequester = nullptr;
   fRequestId = 0;
   fStopFlag->set(false);
-  std::swap(done, fJob);
+}
+
+// While the worker still counts as running and with no lock held: what goes with the job is the host's.
+void WorkerThread::end_job() {
+  JTCHandleT<SubmittedJob> ended;
+  const OrlanSynchronized hold(fHandleMutex);
+  std::swap(ended, fJob);
 }
 
 void WorkerThread::give_job_to(SubmittedJobList& stopped) {

@@ -48,6 +48,7 @@ class ZQCORE27_EXPORT WorkerThread final : public OrlanThread {
 
   void begin(const Request& request);
   void run_request(const Request& request);
+  void end_job();
   void give_job_to(SubmittedJobList& stopped) ZQCORE27_REQUIRES(fHandleMutex);
 
   ThreadPool* const fPool;  // not owned; gone when the thread has left it
@@ -57,7 +58,7 @@ class ZQCORE27_EXPORT WorkerThread final : public OrlanThread {
   OrlanMutex fHandleMutex;
   const std::unique_ptr<Flag> fStopFlag;  // on fHandleMutex
   const bool fExtra;
-  JTCHandleT<SubmittedJob> fJob ZQCORE27_GUARDED_BY(fHandleMutex);  // until a stop is requested, at most once
+  JTCHandleT<SubmittedJob> fJob ZQCORE27_GUARDED_BY(fHandleMutex);  // while it runs, until a stop is requested
 };
 
 }  // namespace zqcore27
