@@ -133,9 +133,9 @@ class ZQCORE27_EXPORT ThreadPool {
   std::uint32_t fTakers ZQCORE27_GUARDED_BY(fPoolMutex) = 0;          // workers that will look at the queue again
   std::uint32_t fIdleWorkers ZQCORE27_GUARDED_BY(fPoolMutex) = 0;     // in fWorkReady
   std::uint32_t fLookingWorkers ZQCORE27_GUARDED_BY(fPoolMutex) = 0;  // in look_out
-  std::uint32_t fWokenWorkers ZQCORE27_GUARDED_BY(fPoolMutex) = 0;    // of those, signalled
+  std::uint32_t fWokenWorkers ZQCORE27_GUARDED_BY(fPoolMutex) = 0;    // of the idle ones, signalled
   std::uint32_t fWaitingClients ZQCORE27_GUARDED_BY(fPoolMutex) = 0;  // in fRoomReady
-  std::uint32_t fWokenClients ZQCORE27_GUARDED_BY(fPoolMutex) = 0;    // of those, signalled
+  std::uint32_t fWokenClients ZQCORE27_GUARDED_BY(fPoolMutex) = 0;    // of the waiting ones, signalled
   std::uint32_t fGuests ZQCORE27_GUARDED_BY(fPoolMutex) = 0;          // clients' calls that the destructor sees out
 };
 
