@@ -1,5 +1,6 @@
 include(CMakePackageConfigHelpers)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zqcore27)
+set(ZQCORE27_ZSH_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING "Where the completion for zsh is installed")
 
 install(TARGETS zqcore27 EXPORT zqcore27Targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
@@ -25,3 +26,14 @@ install(CODE "
   cmake_path(ABSOLUTE_PATH data_dir BASE_DIRECTORY \"\${CMAKE_INSTALL_PREFIX}\")
   file(INSTALL DESTINATION \"\${data_dir}/gdb/auto-load\${library_dir}\" TYPE FILE
     FILES \"${PROJECT_SOURCE_DIR}/share/gdb/zqcore27-gdb.py\" RENAME \"libzqcore27.so.${PROJECT_VERSION}-gdb.py\")")
+
+if(ZQCORE27_TOOLS)
+  install(FILES docs/man/zqtool.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+  install(FILES docs/man/zqcore27-armour.5 docs/man/zqcore27-catalogue.5 docs/man/zqcore27-config.5
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man5 COMPONENT tools)
+  install(FILES share/completions/zqtool.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+    RENAME zqtool COMPONENT tools)
+  install(FILES share/completions/_zqtool DESTINATION ${ZQCORE27_ZSH_DIR} COMPONENT tools)
+  install(FILES share/vim/syntax/zqcore27.vim DESTINATION ${CMAKE_INSTALL_DATADIR}/vim/vimfiles/syntax COMPONENT tools)
+  install(FILES share/textmate/zqcore27.tmLanguage.json DESTINATION ${CMAKE_INSTALL_DATADIR}/zqcore27 COMPONENT tools)
+endif()
