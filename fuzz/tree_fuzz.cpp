@@ -1,0 +1,192 @@
+// A stream of operations on a tree, beside plain lists of words that are repaired by the letter. Half of the inputs
+// keep to the order of the nodes, the other half writes any words.
+
+#include <algorithm>
+#include <memory>
+
+#include "fuzz/support/fuzz.h"
+#include "tests/support/tree_text.h"
+#include "zqcore27/errors/mem_error.h"
+
+namespace {
+
+using fuzz::require;
+using Inspector = SBTreeInspector;
+
+constexpr std::uint32_t NONE = SBTree::IDX_NONE;
+constexpr std::uint32_t FULL = 40;  // nodes, above which they are only deleted
+
+class Run {
+ public:
+  explicit Run(fuzz::Input& in) : fIn(in), fTree(SupaBlockHints()), fAnyWords(in.below(2) != 0) {
+    const int flags = static_cast<int>(in.below(4));
+    const std::uint32_t body = in.byte(), average = in.byte() % 64, min = in.byte() % 8, max = in.byte() % 64;
+    Inspector::useStore(fTree, flags, hintsOf(body < 0xF0 ? body * 8 : 0x40000000, average, min, max, in.byte() % 6));
+  }
+
+  void step() {
+    const std::uint32_t kind = fIn.below(10);
+    const std::uint32_t idx = index();
+    if (kind < 6 && size() <= FULL) {
+      write(kind < 3, idx);
+    } else if (kind < 7) {
+      remove(idx);
+    } else if (kind == 7) {
+      change_hints(idx);
+    } else if (kind == 8) {
+      if (fWalkers.size() > 3) fWalkers.erase(fWalkers.begin());
+      fWalkers.push_back(std::make_unique<SBTreeIterator>(&fTree));
+    } else {
+      for (const auto& walker : fWalkers) move(*walker);
+    }
+    check();
+  }
+
+ private:
+  std::uint32_t size() const { return static_cast<std::uint32_t>(fNodes.size()); }
+  std::uint32_t index() {
+    const std::uint8_t b = fIn.byte();
+    return b < 0xF0 ? b % (size() + 1) : b < 0xFC ? size() + b % 4 : b == 0xFC ? NONE : 0x80000000U - (b & 1);
+  }
+  Words some_runs(std::uint32_t idx) {
+    Words words;
+    for (std::uint32_t count = fIn.below(5); count != 0; --count) {
+      const std::uint8_t first = fIn.byte(), length = fIn.byte();
+      if (fAnyWords) {
+        words.insert(words.end(), {first < 0xF0 ? first % (FULL + 9) : NONE - first % 2, length % (FULL + 9)});
+      } else if (idx != 0 && idx <= size()) {
+        words.insert(words.end(), {first % idx, std::min(first % idx + length % 8, idx - 1)});
+      }
+    }
+    return words;
+  }
+
+  void write(bool inserts, std::uint32_t idx) {
+    const Words runs = some_runs(idx);
+    try {
+      inserts ? fTree.buildTreeNodeInsert(idx, bytesOf(runs), runsIn(runs)) : put(fTree, idx, runs);
+    } catch (const SupaBlockError&) {
+      return extend_to(std::max(size(), static_cast<std::uint32_t>(Inspector::store(fTree)->getSize())));
+    }
+    if (idx >= 0x7FFFFFFF) return;  // names no node
+    if (idx >= size()) {
+      extend_to(idx + 1);
+    } else if (inserts) {
+      fNodes.insert(fNodes.begin() + idx, Words());
+      ++fRoot;
+      repair(idx + 1, [idx](Words& node) {
+        for (std::uint32_t& w : node) w += w >= idx && w != NONE ? 1 : 0;
+      });
+    }
+    fNodes[idx] = runs;
+  }
+  void extend_to(std::uint32_t count) {
+    if (count == size()) return;
+    fNodes.resize(count);
+    fTree.setRootNodeIdx(fRoot = fAnyWords && fIn.below(3) == 0 ? count + fIn.below(4) - 2 : count - 1);
+  }
+  void remove(std::uint32_t idx) {
+    fTree.deleteNode(idx);
+    if (idx >= size()) return;
+    fNodes.erase(fNodes.begin() + idx);
+    --fRoot;
+    repair(idx, [idx](Words& node) {
+      Words left;
+      for (std::size_t w = 0; w < node.size(); w += 2) {
+        const std::int64_t first = node[w] - (node[w] > idx && node[w] != NONE ? 1 : 0);
+        const std::int64_t last = node[w + 1] - std::int64_t{node[w + 1] >= idx && node[w + 1] != NONE ? 1 : 0};
+        if (first <= last)
+          left.insert(left.end(), {static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(last)});
+      }
+      node = left;
+    });
+  }
+  template <class Change>
+  void repair(std::uint32_t from, Change change) {
+    for (std::uint64_t i = from; i <= fRoot && i < size(); ++i) change(fNodes[i]);
+  }
+
+  void change_hints(std::uint32_t idx) {
+    Bitmap bits(size());
+    for (std::uint32_t i = 0; i < size(); ++i) {
+      if ((i * 7 + idx) % 5 == 0) bits.set(i);
+    }
+    if (fRoot < 0x1000) fIn.below(2) == 0 ? fTree.terminatorHints(bits) : fTree.cloneHints(bits);
+    fHinted = true;
+  }
+
+  void move(SBTreeIterator& it) {
+    const std::uint32_t kind = fIn.below(8);
+    const Words before = Inspector::path(it);
+    if (before.size() > 60) return it.invalidate();  // any words may lead in circles
+    std::uint32_t reached = NONE;
+    try {
+      reached = kind < 3    ? it.nextDFNode(kind == 2)
+                : kind == 3 ? it.firstChildNode()
+                : kind == 4 ? it.lastChildNode()
+                : kind == 5 ? it.nextSibling()
+                : kind == 6 ? it.prevSibling()
+                            : it.parentNode();
+    } catch (const SupaBlockError& e) {
+      return require(!it.testIter(false) && e.code() == 0xc2000690, "only an invalid iterator raises");
+    }
+    const Words path = Inspector::path(it);
+    require(reached == NONE || (!path.empty() && path.back() == reached), "a step tells where it leads");
+    require(it.getNodeIndex() == (path.size() < 2 ? NONE : path.back()), "an iterator names its node");
+    require(it.getNodeDepth() + 1 == path.size(), "the depth is that of the path");
+    it.isAClone();
+    it.isAParent();
+    const std::size_t kept = std::min(before.size(), path.size());
+    require(kind < 3 || kept == 0 ||
+                std::equal(path.begin(), path.begin() + static_cast<std::ptrdiff_t>(kept) - 1, before.begin()),
+            "a step to a neighbour keeps the path above");
+  }
+
+  /// A walk from the root, against a recursion; both stop after some nodes, since paths multiply.
+  void check_walk() {
+    const std::unique_ptr<TreeIterator> it(fTree.newIter());
+    std::size_t left = 100;
+    walk_below(*it, fRoot, left);
+    require(left == 0 || it->nextDFNode(false) == NONE, "a walk ends behind the last node");
+  }
+  void walk_below(TreeIterator& it, std::uint32_t node, std::size_t& left) {
+    for (std::size_t w = 0; w < fNodes[node].size(); w += 2) {
+      for (std::uint32_t child = fNodes[node][w]; child <= fNodes[node][w + 1]; ++child) {
+        if (left == 0) return;
+        --left;
+        require(it.nextDFNode(false) == child, "a walk goes depth first");
+        walk_below(it, child, left);
+      }
+    }
+  }
+
+  void check() {
+    require(fTree.getRootNodeIdx() == fRoot, "the root moves with the nodes");
+    const std::vector<const unsigned char*> handles = SupaBlockInspector::handles(*Inspector::store(fTree));
+    require(handles.size() == fNodes.size(), "a tree has as many nodes as its model");
+    for (std::uint32_t i = 0; i < size(); ++i) {
+      require(SupaBlockInspector::sizeAt(handles[i]) == fNodes[i].size() * 4, "a node has its runs");
+      require(std::equal(fNodes[i].begin(), fNodes[i].end(), reinterpret_cast<const std::uint32_t*>(handles[i] + 4)),
+              "runs are repaired");
+    }
+    for (const auto& walker : fWalkers) require(Inspector::knowsRight(*walker, handles), "a frame's handle is right");
+    if (!fAnyWords && !fHinted && size() != 0 && fRoot + 1 == size()) check_walk();
+  }
+
+  fuzz::Input& fIn;
+  SBTree fTree;
+  bool fAnyWords;
+  bool fHinted = false;
+  std::uint32_t fRoot = 0;
+  std::vector<Words> fNodes;
+  std::vector<std::unique_ptr<SBTreeIterator>> fWalkers;
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  fuzz::Input in(data, size);
+  Run run(in);
+  for (int steps = 0; steps < 100 && !in.empty(); ++steps) run.step();
+  return 0;
+}
