@@ -15,6 +15,7 @@ void addExplainCommand(CLI::App& app, int& status);
 void addCatalogueCommands(CLI::App& app, int& status);
 void addScrambleCommands(CLI::App& app, int& status);
 void addFloatCommand(CLI::App& app, int& status);
+void addTreeCommand(CLI::App& app, int& status);
 void addVersionCommand(CLI::App& app, int& status);
 
 }  // namespace zqtool

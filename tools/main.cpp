@@ -29,6 +29,7 @@ int run(int argc, char** argv) {
   zqtool::addCatalogueCommands(app, status);
   zqtool::addScrambleCommands(app, status);
   zqtool::addFloatCommand(app, status);
+  zqtool::addTreeCommand(app, status);
   zqtool::addVersionCommand(app, status);
   try {
     app.parse(argc, argv);
