@@ -56,8 +56,8 @@ void Outline::addChild(std::uint32_t parent, const String& name) {
   insertName(node, name);
   ++parent;  // a parent stands above its children, and has moved up
   tree.treeData(parent, &data);
-  std::vector<std::uint32_t> runs(data.firstIndex(), data.firstIndex() + data.size());
-  if (runs.empty()) runs = {node, node};
+  std::vector<std::uint32_t> runs(std::max(data.size(), 2U), node);
+  std::copy_n(data.firstIndex(), data.size(), runs.begin());
   runs.back() = node;
   setRuns(parent, runs);
 }
