@@ -1,12 +1,13 @@
-#include <gtest/gtest.h>
-
 #include <regex>
 
 #include "tests/tools/zqtool_process.h"
 
 namespace {
 
-TEST(TreeCommandTest, ShowsTheWalk) {
+using TreeCommandTest = ZqtoolTest;
+using OutlineExampleTest = ZqtoolTest;
+
+TEST_F(TreeCommandTest, ShowsTheWalk) {
   static const struct {
     int line;
     std::string outline;
@@ -29,10 +30,9 @@ TEST(TreeCommandTest, ShowsTheWalk) {
        {"6 3-5 2 (root)", "3 1 t [terminator]", "4 !a", "5 2 \\b", "2 0 &c [clone]", "0 d e [clone] [terminator]",
         "2 0 &c [clone]", "0 d e [clone] [terminator]", "nodes 7, runs 5, places of the walk 8"}},
   };
-  const Scratch scratch;
   for (const auto& row : ROWS) {
     SCOPED_TRACE(testing::Message() << "row of line " << row.line);
-    const Outcome outcome = runZqtool(scratch, {"tree"}, row.outline);
+    const Outcome outcome = zqtool("tree", row.outline);
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.err, "");
     std::vector<std::string> lines = linesOf(outcome.out);
@@ -43,10 +43,9 @@ TEST(TreeCommandTest, ShowsTheWalk) {
   }
 }
 
-TEST(TreeCommandTest, WritesForGraphviz) {
-  const Scratch scratch;
-  scratch.write("f", "a \"b\" \\n\n  &é & <c>\n!\\!\n  é & <c>\n");
-  const Outcome outcome = runZqtool(scratch, {"tree", "--dot", "f"}, "", "LC_ALL=C.ISO-8859-1");
+TEST_F(TreeCommandTest, WritesForGraphviz) {
+  dir.write("f", "a \"b\" \\n\n  &é & <c>\n!\\!\n  é & <c>\n");
+  const Outcome outcome = zqtool("tree --dot f", "", "LC_ALL=C.ISO-8859-1");
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.out,
             "digraph tree {\n  graph [ordering=out, charset=\"UTF-8\"];\n  node [shape=box];\n"
@@ -56,7 +55,7 @@ TEST(TreeCommandTest, WritesForGraphviz) {
             "  n0 [label=\"é &amp; <c>\\n0\", style=dashed];\n}\n");
 }
 
-TEST(TreeCommandTest, RefusesWhatIsNoTree) {
+TEST_F(TreeCommandTest, RefusesWhatIsNoTree) {
   std::string deep = "a\n", wide = "a0\n &a1\n &b1\n";
   for (std::size_t i = 1; i <= 1000; ++i) deep += std::string(i, ' ') + "a\n";
   for (int i = 1; i < 64; ++i) {  // 2 to the power of 64 ways to the bottom
@@ -89,30 +88,26 @@ TEST(TreeCommandTest, RefusesWhatIsNoTree) {
       {__LINE__, deep, ":1001: more than 1000 levels"},
       {__LINE__, wide + "a64\nb64\n", ": the walk has more than 1000000 places"},
   };
-  const Scratch scratch;
   for (const auto& row : ROWS) {
     SCOPED_TRACE(testing::Message() << "row of line " << row.line);
-    const Outcome outcome = runZqtool(scratch, {"tree"}, row.outline);
+    const Outcome outcome = zqtool("tree", row.outline);
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.out, "");
     EXPECT_TRUE(outcome.err.starts_with("standard input" + row.err)) << outcome.err;
   }
-  EXPECT_EQ(runZqtool(scratch, {"tree", "nowhere"}).err, "nowhere: No such file or directory\n");
+  EXPECT_EQ(zqtool("tree nowhere").err, "nowhere: No such file or directory\n");
 }
 
-TEST(OutlineExampleTest, KeepsAnIteratorThroughChanges) {
-  const Scratch scratch;
-  for (const char* name : {"d/a", "d/b/c", "d/b/d", "d/e"}) {
-    std::filesystem::create_directories(scratch.path(std::string(name).substr(0, std::string(name).rfind('/'))));
-    scratch.write(name, "");
-  }
-  std::filesystem::create_directory_symlink(scratch.path("d"), scratch.path("d/up"));
-  EXPECT_EQ(runProgram(scratch, OUTLINE, {"d"}).out,
+TEST_F(OutlineExampleTest, KeepsAnIteratorThroughChanges) {
+  std::filesystem::create_directories(dir / "d/b");
+  for (const char* name : {"d/a", "d/b/c", "d/b/d", "d/e"}) dir.write(name, "");
+  std::filesystem::create_directory_symlink(dir / "d", dir / "d/up");
+  EXPECT_EQ(run("'" OUTLINE "' d").out,
             "6 d\n  2 a\n  3 b\n    0 c\n    1 d\n  4 e\n  5 up\n\n"
             "The walk stands on 0 c. It gets a child, and a goes with all below it: 1 nodes.\n"
             "Now it stands on 1 c, and goes on to 0 (new).\n\n"
             "6 d\n  3 b\n    1 c\n      0 (new)\n    2 d\n  4 e\n  5 up\n");
-  EXPECT_EQ(runProgram(scratch, OUTLINE, {"d/a"}).err, "d/a: no directory that can be listed\n");
+  EXPECT_EQ(run("'" OUTLINE "' d/a").err, "d/a: no directory that can be listed\n");
 }
 
 }  // namespace
