@@ -2,7 +2,7 @@
 
 _zqtool() {
   local cur=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-  local commands='config explain catalogue scramble unscramble float version'
+  local commands='config explain catalogue scramble unscramble float tree version'
   local command=${COMP_WORDS[1]} place=2
   COMPREPLY=()
 
@@ -44,6 +44,7 @@ _zqtool() {
     'catalogue check' | version) options= ;;
     scramble | unscramble) options='--output' ;;
     float) options='--from --to' ;;
+    tree) options='--dot' ;;
     *) return ;;
   esac
   if [[ $cur == -* ]]; then
