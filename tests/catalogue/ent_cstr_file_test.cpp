@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <sstream>
 #include <thread>
 #include <vector>
 
@@ -40,33 +41,31 @@ class EntCStrFileTest : public CatalogueTest {
 };
 
 TEST_F(EntCStrFileTest, FallsBackFromTheLanguageToEnglish) {
-  const struct {
-    int line;
-    const char* locale;
-    std::vector<const char*> files;
-    const char* wins;        // the file, or null if none fits
-    const char* fileLocale;  // another locale that finds it later
-  } ROWS[] = {
-      {__LINE__, "deu", {"P__deu.cst", "P__de.cst", "P_.cst", "P__en.cst"}, "P__deu.cst", "deu"},
-      {__LINE__, "deu", {"P__de.cst", "P_.cst", "P__en.cst"}, "P__de.cst", "de"},
-      {__LINE__, "deu", {"P_.cst", "P__en.cst"}, "P_.cst", ""},
-      {__LINE__, "deu", {"P__en.cst"}, "P__en.cst", "en"},
-      {__LINE__, "deu", {"P__fr.cst"}, nullptr, nullptr},
-      {__LINE__, "de", {"P__deu.cst", "P__de.cst"}, "P__de.cst", "DE"},
-      {__LINE__, "", {"P__deu.cst", "P__de.cst"}, "P__deu.cst", "deu"},  // the user's own
-      {__LINE__, "jpn", {"P__jpn.cst", "P__jp.cst"}, "P__jpn.cst", "jpn"},
-      {__LINE__, "jpn", {"P__jp.cst", "P__ja.cst"}, "P__jp.cst", "jp"},
-      {__LINE__, "ja", {"P__jp.cst", "P__ja.cst"}, "P__jp.cst", "jp"},
-      {__LINE__, "JA", {"P__jp.cst", "P__JA.cst"}, "P__jp.cst", "ja"},
-      {__LINE__, "japan", {"P__japan.cst", "P__jap.cst", "P__jp.cst"}, "P__jp.cst", "Japan"},
-      {__LINE__, "d", {"P__d.cst", "P_.cst"}, "P__d.cst", "D"},
-      {__LINE__, "DEU", {"P__deu.cst", "P__de.cst", "P_.cst"}, "P_.cst", ""},  // as it is spelt
-      {__LINE__, "DEU", {"P__DEU.cst", "P__de.cst", "P_.cst"}, "P__DEU.cst", "deu"},
-  };
+  // Of the files "P_<suffix>.cst", with "-" for "P_.cst", the one that wins, and another locale that finds it later.
+  // The locale "" is the user's own.
+  static constexpr struct {
+    const char *locale, *files, *wins, *fileLocale;
+  } ROWS[] = {{"deu", "_deu _de - _en", "_deu", "deu"},
+              {"deu", "_de - _en", "_de", "de"},
+              {"deu", "- _en", "-", ""},
+              {"deu", "_en", "_en", "en"},
+              {"deu", "_fr", nullptr, nullptr},
+              {"de", "_deu _de", "_de", "DE"},
+              {"", "_deu _de", "_deu", "deu"},
+              {"jpn", "_jpn _jp", "_jpn", "jpn"},
+              {"jpn", "_jp _ja", "_jp", "jp"},
+              {"ja", "_jp _ja", "_jp", "jp"},
+              {"JA", "_jp _JA", "_jp", "ja"},
+              {"japan", "_japan _jap _jp", "_jp", "Japan"},
+              {"d", "_d -", "_d", "D"},
+              {"DEU", "_deu _de -", "-", ""},
+              {"DEU", "_DEU _de -", "_DEU", "deu"}};
+  const auto nameOf = [](const std::string& suffix) { return "P_" + (suffix == "-" ? "" : suffix) + ".cst"; };
   for (const auto& row : ROWS) {
-    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
+    SCOPED_TRACE(std::string(row.locale) + " among " + row.files);
     clear();
-    for (const char* name : row.files) writeCatalogue(name);
+    std::istringstream suffixes(row.files);
+    for (std::string suffix; suffixes >> suffix;) writeCatalogue(nameOf(suffix));
     std::string text;
     const std::string failure = failureOf([&] {
       EntCStrFile file(nullptr, 7, String(row.locale), String("P_"), String("2.7.A"));
@@ -76,7 +75,7 @@ TEST_F(EntCStrFileTest, FallsBackFromTheLanguageToEnglish) {
       EXPECT_TRUE(file.isLocale(String(*row.locale == 0 ? "DEU" : row.locale)));
       EXPECT_FALSE(file.isLocale(String("fr")));
     });
-    EXPECT_EQ(failure + text, row.wins == nullptr ? NO_CATALOGUE : row.wins);
+    EXPECT_EQ(failure + text, row.wins == nullptr ? NO_CATALOGUE : nameOf(row.wins));
   }
 }
 

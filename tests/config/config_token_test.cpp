@@ -166,19 +166,13 @@ TEST(ConfigTokenTest, TheEndComesBackAndClosesAStatement) {
     }
     source->releaseToken();
     EXPECT_EQ(utf8(source->getKeyword()), "last");
-    for (int i = 0; i != 3; ++i) {
-      EXPECT_EQ(source->nextToken(), Config::EOF_TOKEN);
-      EXPECT_TRUE(source->checkEOS());
-    }
+    for (int i = 0; i != 3; ++i) EXPECT_TRUE(source->nextToken() == Config::EOF_TOKEN && source->checkEOS());
     EXPECT_EQ(source->charactersProcessed(), 8u);
   }
-}
-
-TEST(ConfigTokenTest, OnlyCheckEOSClosesAStatement) {
   Source source(Kind::STRING, "a\n\n|b\n");
   source->releaseLine();
   for (int i = 0; i != 3; ++i) {
-    EXPECT_EQ(source->nextToken(), Config::EOS_TOKEN) << i;
+    EXPECT_EQ(source->nextToken(), Config::EOS_TOKEN) << "only checkEOS closes it";
     source->releaseToken();
   }
   EXPECT_EQ(utf8(source->getKeyword()), "b");
