@@ -14,15 +14,10 @@ using posix::gSystemCalls;
 class CatalogueFaultTest : public CatalogueTest {
  protected:
   ~CatalogueFaultTest() override { gSystemCalls = posix::SystemCalls(); }
-  void writeCatalogue(const char* name) const {
-    CatalogueBuilder b;
-    b.texts = {{1, u"text"}};
-    write(name, b.bytes());
-  }
 };
 
 TEST_F(CatalogueFaultTest, AHeaderThatCannotBeReachedOrRead) {
-  writeCatalogue("a.cst");
+  write("a.cst", {{1, u"text"}});
   const auto open = [] { CStrFile(nullptr, named("a.cst")); };
   gSystemCalls.lseek = [](int fd, off_t offset, int origin) -> off_t {
     return origin == SEEK_SET ? -1 : ::lseek(fd, offset, origin);
@@ -34,7 +29,7 @@ TEST_F(CatalogueFaultTest, AHeaderThatCannotBeReachedOrRead) {
 }
 
 TEST_F(CatalogueFaultTest, WhateverAFileRaisesTheNextIsTried) {
-  for (const char* name : {"P__deu.cst", "P__de.cst", "strings_600_.cst"}) writeCatalogue(name);
+  for (const char* name : {"P__deu.cst", "P__de.cst", "strings_600_.cst"}) write(name, {{1, u"text"}});
   gSystemCalls.open = [](const char* path, int flags, mode_t mode) {
     if (std::strstr(path, "P__deu") != nullptr || std::strstr(path, "strings_600_") != nullptr) {
       throw MemError(MemError::HEAP_EXHAUSTED, false);

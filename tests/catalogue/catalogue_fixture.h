@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <map>
 #include <string>
 
 #include "tests/support/catalogue_builder.h"
@@ -31,6 +32,13 @@ std::string failureOf(F f) {
   }
 }
 
+/// The text of a handle, or what its search raises.
+inline std::string textOf(CStr& catalogue, std::uint32_t handle) {
+  std::string text;
+  const std::string failure = failureOf([&] { text = utf8(catalogue.get(handle)); });
+  return failure + text;
+}
+
 /// A directory of catalogues that the core looks into first. The state of the search is put back afterwards.
 class CatalogueTest : public testing::Test {
  protected:
@@ -45,6 +53,11 @@ class CatalogueTest : public testing::Test {
 
   std::string pathOf(const std::string& name) const { return fDirectory / name; }
   void write(const std::string& name, const std::string& bytes) const { fDirectory.write(name, bytes); }
+  void write(const std::string& name, const std::map<std::uint32_t, std::u16string>& texts) const {
+    CatalogueBuilder b;
+    b.texts = texts;
+    write(name, b.bytes());
+  }
 
   TempDir fDirectory;
 };

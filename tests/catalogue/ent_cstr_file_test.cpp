@@ -88,20 +88,16 @@ TEST_F(EntCStrFileTest, PassesOverWhatIsUnfit) {
 }
 
 TEST_F(EntCStrFileTest, TheCodeIsInTheName) {
-  static const struct {
-    int line;
+  static constexpr struct {
     std::uint32_t handle;
     const char* name;
-  } ROWS[] = {{__LINE__, 0xC3010001, "strings_301_.cst"}, {__LINE__, 0x03020001, "strings_302_.cst"},
-              {__LINE__, 0xCABC0001, "strings_abc_.cst"}, {__LINE__, 0xC0310001, "strings_ 31_.cst"},
-              {__LINE__, 0xC0050001, "strings_  5_.cst"}, {__LINE__, 0xC0000001, "strings_.cst"}};
+  } ROWS[] = {{0xC3010001, "strings_301_.cst"}, {0x03020001, "strings_302_.cst"}, {0xCABC0001, "strings_abc_.cst"},
+              {0xC0310001, "strings_ 31_.cst"}, {0xC0050001, "strings_  5_.cst"}, {0xC0000001, "strings_.cst"}};
   CStrEnterprise cstr(nullptr, String(), String(u"de").begin());
   for (const auto& row : ROWS) {
-    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
+    SCOPED_TRACE(row.name);
     EXPECT_EQ(failureOf([&] { cstr.get(row.handle); }), NO_CATALOGUE);
-    CatalogueBuilder b;
-    b.texts = {{row.handle, u"found"}};
-    write(row.name, b.bytes());
+    write(row.name, {{row.handle, u"found"}});
     EXPECT_EQ(utf8(cstr.get(row.handle)), "found") << "a failure isn't remembered";
     std::filesystem::remove(pathOf(row.name));
     EXPECT_EQ(utf8(cstr.get(row.handle)), "found") << "the catalogue is";
@@ -159,9 +155,7 @@ TEST_F(EntCStrFileTest, ThreadsThatAskAtOnceGetOneCatalogue) {
 }
 
 TEST_F(EntCStrFileTest, AnErrorIsWordedInTheReadersLanguage) {
-  CatalogueBuilder b;
-  b.texts = {{0xC4030001, u"\u00131 fehlt"}};
-  write("strings_403__deu.cst", b.bytes());
+  write("strings_403__deu.cst", {{0xC4030001, u"\u00131 fehlt"}});
   MemError error(0xC4030001, false);
   error.addInsert(String("alles"));
   CStrEnterprise german(nullptr, String("extra"), nullptr);

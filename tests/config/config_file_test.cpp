@@ -4,9 +4,7 @@
 
 namespace {
 
-std::size_t openDescriptors() {
-  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
-}
+auto openDescriptors() { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); }
 
 TEST(ConfigFileTest, WhatCannotBeOpenedIsRefusedAndReleased) {
   const BytesFile file("\xE9t\xE9\n");

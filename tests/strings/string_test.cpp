@@ -19,6 +19,14 @@ namespace {
 /// Bytes of the block of a string class: size() of the classes themselves counts units.
 std::uint32_t blockSize(const MemResizable& s) { return s.size(); }
 
+/// Text|units|bytes of the block.
+std::string state(const String& s) {
+  return utf8(s) + "|" + std::to_string(s.size()) + "|" + std::to_string(blockSize(s));
+}
+std::string state(const NatString& s) {
+  return std::string(s.begin()) + "|" + std::to_string(s.size()) + "|" + std::to_string(blockSize(s));
+}
+
 const std::uint16_t* wide(const char16_t* s) { return reinterpret_cast<const std::uint16_t*>(s); }
 
 TEST(StringTest, OnlyDefaultsAndNullConstructorsAllocateNothing) {
@@ -35,27 +43,24 @@ TEST(StringTest, OnlyDefaultsAndNullConstructorsAllocateNothing) {
   const String empty;
   for (const String& s : {String(""), String(u""), String(empty), String(strNULL, 0), assignedNull}) {
     EXPECT_NE(s.begin(), strNULL);
-    EXPECT_EQ(blockSize(s), 2u);
-    EXPECT_EQ(s.size(), 0u);
+    EXPECT_EQ(state(s), "|0|2");
     EXPECT_EQ(s.begin()[0], 0);
   }
 }
 
 TEST(StringTest, BlocksAreExactAndKept) {
-  String s("ab", 100);
-  EXPECT_EQ(blockSize(s), 202u);
+  String s("ab", 100), t("abc");
+  EXPECT_EQ(state(s), "ab|2|202");
   s = "cdefg";
-  EXPECT_EQ(blockSize(s), 202u);
+  EXPECT_EQ(state(s), "cdefg|5|202");
   EXPECT_EQ(s.end() - s.begin(), 6);
-  String t("abc");
-  EXPECT_EQ(blockSize(t), 8u);
+  EXPECT_EQ(state(t), "abc|3|8");
   t += u"de";
-  EXPECT_EQ(blockSize(t), 12u);
+  EXPECT_EQ(state(t), "abcde|5|12");
   t += 'f';
   t += 0;
   t += static_cast<const std::uint16_t*>(nullptr);
-  EXPECT_EQ(blockSize(t), 14u);
-  EXPECT_EQ(utf8(t), "abcdef");
+  EXPECT_EQ(state(t), "abcdef|6|14");
   EXPECT_EQ(String(wide(u"a\0b"), 3).size(), 3u);
   EXPECT_EQ(utf8(String("ab\0cd", 5)), "ab");
 }
@@ -179,21 +184,17 @@ TEST(StringTest, CaseMapsHaveTheirPairsAndVariants) {
 }
 
 TEST(NatStringTest, CountsItsTerminator) {
-  NatString n(static_cast<const std::uint16_t*>(nullptr));
+  NatString n(static_cast<const std::uint16_t*>(nullptr)), assigned;
   n += reinterpret_cast<const unsigned char*>("");
-  EXPECT_EQ(n.size(), 1u);
-  EXPECT_EQ(blockSize(n), 1u);
+  EXPECT_EQ(state(n), "|1|1");
   n += reinterpret_cast<const unsigned char*>("abc");
   n += reinterpret_cast<const unsigned char*>(n.begin());
-  EXPECT_EQ(n.size(), 7u);
-  EXPECT_EQ(blockSize(n), 7u);
-  NatString assigned;
+  EXPECT_EQ(state(n), "abcabc|7|7");
   assigned = n;
-  EXPECT_STREQ(assigned.begin(), "abcabc");
+  EXPECT_EQ(state(assigned), "abcabc|7|7");
   assigned.erase();
   EXPECT_EQ(blockSize(assigned), 1u);
-  const NatString moved(std::move(n));
-  EXPECT_STREQ(moved.begin(), "abcabc");
+  EXPECT_EQ(state(NatString(std::move(n))), "abcabc|7|7");
   EXPECT_STREQ(n.begin(), "");  // NOLINT: a moved-from text is empty
   EXPECT_EQ(blockSize(NatString(String("ab"))), 7u);
   EXPECT_EQ(NatString(String(wide(u"a\0b"), 3)).size(), 2u);

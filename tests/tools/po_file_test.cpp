@@ -7,7 +7,7 @@
 namespace zqtool {
 namespace {
 
-const char* const HEADER =
+const std::string HEADER =
     "msgid \"\"\n"
     "msgstr \"Content-Type: text/plain; charset=UTF-8\\n\"\n"
     "\n";  // an entry begins on line 4
@@ -17,33 +17,25 @@ std::string entry(const std::string& handle, const std::string& english, const s
 }
 
 TEST(PoFileTest, TellsEachFaultWithItsLine) {
-  static const struct {
-    int line;
-    std::string text;
-    std::size_t at;
-    const char* words;
-  } ROWS[] = {
-      {__LINE__, "msgid \"a\"\nmsgstr \"b\"\n", 4, "handle is missing"},
-      {__LINE__, entry("C2000109", "a", "b"), 4, "C2000109 is no handle"},
-      {__LINE__, entry("0x", "a", "b"), 4, "is no handle"},
-      {__LINE__, "\n# note\n" + entry("0xC2000109 ", "a", "b"), 6, "is no handle"},
-      {__LINE__, entry("0x1", "a", "{9}"), 4, "msgstr: {9} is no mark"},
-      {__LINE__, entry("0x1", "{0}", "a"), 4, "msgid: {0} is no mark"},
-      {__LINE__, entry("0x1", "a", "b\\000c"), 6, "zero character"},
-      {__LINE__, entry("0x1", "a\"\nmsgid_plural \"as", "b"), 6, "plural"},
-      {__LINE__, entry("0x1", "a", "\xE9"), 6, ""},            // Latin-1 in UTF-8
-      {__LINE__, entry("0x1", "a", "b\n"), 7, "end-of-line"},  // a quote that isn't closed
-      {__LINE__, entry("0x1", "a", "b") + "\nrubbish\n", 8, ""},
-      {__LINE__, entry("0x1", "a", "b") + entry("0x1", "a", "c"), 8, "duplicate"},
-  };
   const TempDir dir;
-  for (const auto& row : ROWS) {
-    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
-    const PoFile po = readPoFile(dir.write("a.po", std::string(HEADER) + row.text));
+  const auto check = [&dir](const std::string& text, std::size_t line, const char* words) {
+    SCOPED_TRACE(text);
+    const PoFile po = readPoFile(dir.write("a.po", HEADER + text));
     ASSERT_FALSE(po.faults.empty());
-    EXPECT_EQ(po.faults[0].line, row.at) << po.faults[0].words;
-    EXPECT_NE(po.faults[0].words.find(row.words), std::string::npos) << po.faults[0].words;
-  }
+    EXPECT_EQ(po.faults[0].line, line) << po.faults[0].words;
+    EXPECT_NE(po.faults[0].words.find(words), std::string::npos) << po.faults[0].words;
+  };
+  check("msgid \"a\"\nmsgstr \"b\"\n", 4, "handle is missing");
+  check("\n# note\n" + entry("0xC2000109 ", "a", "b"), 6, "is no handle");
+  for (const char* handle : {"C2000109", "0xC20001091", "0x"}) check(entry(handle, "a", "b"), 4, "is no handle");
+  check(entry("0x1", "a", "{9}"), 4, "msgstr: {9} is no mark");
+  check(entry("0x1", "{0}", "a"), 4, "msgid: {0} is no mark");
+  check(entry("0x1", "a", "b\\000c"), 6, "zero character");
+  check(entry("0x1", "a\"\nmsgid_plural \"as", "b"), 6, "plural");
+  check(entry("0x1", "a", "\xE9"), 6, "");            // Latin-1 in UTF-8
+  check(entry("0x1", "a", "b\n"), 7, "end-of-line");  // a quote that isn't closed
+  check(entry("0x1", "a", "b") + "\nrubbish\n", 8, "");
+  check(entry("0x1", "a", "b") + entry("0x1", "a", "c"), 8, "duplicate");
   const PoFile latin =
       readPoFile(dir.write("a.po", "msgid \"\"\nmsgstr \"Content-Type: text/plain; charset=ISO-8859-1\\n\"\n"));
   ASSERT_EQ(latin.faults.size(), 1u);
@@ -53,12 +45,12 @@ TEST(PoFileTest, TellsEachFaultWithItsLine) {
 
 TEST(PoFileTest, ReadsEntriesWithTheirLines) {
   const TempDir dir;
-  const PoFile po = readPoFile(dir.write(
-      "a.po", std::string(HEADER) + "#~ msgctxt \"0x9\"\n#~ msgid \"gone\"\n#~ msgstr \"weg\"\n\n"
-                                    "#. msgid \"in a comment\"\n"
-                                    "msgctxt \"0xC2000001\" msgid \"msgid {1}\"\nmsgstr \"\"\n\"eins \"\n\"{1}\"\n\n"
-                                    "msgctxt \"0xc2000002\"\nmsgid \"two\"\nmsgstr \"\"\n\n"
-                                    "#, fuzzy\nmsgctxt \"0xC2000003\"\nmsgid \"three\"\nmsgstr \"dry\"\n"));
+  const PoFile po = readPoFile(
+      dir.write("a.po", HEADER + "#~ msgctxt \"0x9\"\n#~ msgid \"gone\"\n#~ msgstr \"weg\"\n\n"
+                                 "#. msgid \"in a comment\"\n"
+                                 "msgctxt \"0xC2000001\" msgid \"msgid {1}\"\nmsgstr \"\"\n\"eins \"\n\"{1}\"\n\n"
+                                 "msgctxt \"0xc2000002\"\nmsgid \"two\"\nmsgstr \"\"\n\n"
+                                 "#, fuzzy\nmsgctxt \"0xC2000003\"\nmsgid \"three\"\nmsgstr \"dry\"\n"));
   ASSERT_TRUE(po.faults.empty()) << po.faults[0].words;
   std::string entries;
   for (const PoEntry& e : po.entries) {
