@@ -2,8 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
+#include <cstdlib>
 #include <functional>
 #include <limits>
+#include <new>
+#include <optional>
+#include <utility>
 
 #include "tests/support/store_model.h"
 
@@ -33,12 +39,12 @@ void fill(SupaBlock& s, int count, std::size_t size) {
   for (int i = 0; i < count; ++i) insertText(s, i, std::string(size, static_cast<char>('a' + i)));
 }
 
-/// The first byte of every block, ',' where a superblock ends.
+/// The first byte of every block, and the body's size where a superblock ends.
 std::string layout(SupaBlock& s) {
   std::string text;
   for (const auto& sb : Inspector::superBlocks(s)) {
     for (std::int32_t i = sb->fFirst; i <= sb->fLast; ++i) text += textAt(s, i).empty() ? '-' : textAt(s, i)[0];
-    text += ',';
+    text += std::to_string(sb->get_body_size()) + ' ';
   }
   return text;
 }
@@ -51,31 +57,34 @@ TEST(SupaBlockEventTest, SendsNoticesInTheOrderOfEachOperation) {
     std::function<void(SupaBlock&)> change;
     const char *log, *layout;
   } ROWS[] = {
-      {__LINE__, [](auto& s) { insertText(s, 5, "x"); }, "", "abcd,ex,"},
-      {__LINE__, [](auto& s) { replaceText(s, 7, "x"); }, "", "abcd,e--x,"},
-      {__LINE__, [](auto& s) { replaceText(s, 1, "12345678"); }, "", "a1cd,e,"},
-      {__LINE__, [](auto& s) { s.deleteBlock(5); }, "", "abcd,e,"},
-      {__LINE__, [](auto& s) { s.deleteBlock(1); }, "impact 1..3 (5); delete 1 (4); ", "acd,e,"},
-      {__LINE__, [](auto& s) { s.deleteBlock(4); }, "impact 4..4 (5); delete 4 (4); ", "abcd,,"},
-      {__LINE__, [](auto& s) { insertText(s, 4, "x"); }, "impact 4..4 (5); insert 4 (6); ", "abcd,xe,"},
+      {__LINE__, [](auto& s) { insertText(s, 5, "x"); }, "", "abcd48 ex48 "},
+      {__LINE__, [](auto& s) { replaceText(s, 7, "x"); }, "", "abcd48 e--x48 "},
+      {__LINE__, [](auto& s) { replaceText(s, 1, "12345678"); }, "", "a1cd48 e48 "},
+      {__LINE__, [](auto& s) { s.deleteBlock(5); }, "", "abcd48 e48 "},
+      {__LINE__, [](auto& s) { s.deleteBlock(1); }, "impact 1..3 (5); delete 1 (4); ", "acd48 e48 "},
+      {__LINE__, [](auto& s) { s.deleteBlock(4); }, "impact 4..4 (5); delete 4 (4); ", "abcd48 48 "},
+      {__LINE__, [](auto& s) { insertText(s, 4, "x"); }, "impact 4..4 (5); insert 4 (6); ", "abcd48 xe48 "},
       {__LINE__, [](auto& s) { insertText(s, 1, "x"); }, "impact 0..3 (5); impact 1..3 (5); insert 1 (6); ",
-       "axbcd,e,"},  // grows first
-      {__LINE__, [](auto& s) { replaceText(s, 1, "x"); }, "impact 2..3 (5); ", "axcd,e,"},
-      {__LINE__, [](auto& s) { replaceText(s, 3, "x"); }, "impact 4..3 (5); ", "abcx,e,"},  // nothing lies behind it
+       "axbcd100 e48 "},  // grows first
+      {__LINE__, [](auto& s) { replaceText(s, 1, "x"); }, "impact 2..3 (5); ", "axcd48 e48 "},
+      {__LINE__, [](auto& s) { replaceText(s, 3, "x"); }, "impact 4..3 (5); ",
+       "abcx48 e48 "},  // nothing lies behind it
       {__LINE__, [](auto& s) { replaceText(s, 1, std::string(32, 'x')); }, "impact 0..3 (5); impact 2..3 (5); ",
-       "axcd,e,"},
+       "axcd1096 e48 "},
       {__LINE__, [](auto& s) { insertText(s, 0, std::string(60, 'x')); },
-       "impact 2..3 (5); impact 0..1 (5); impact 0..1 (5); insert 0 (6); ", "xab,cd,e,"},  // a tail of two, then grows
+       "impact 2..3 (5); impact 0..1 (5); impact 0..1 (5); insert 0 (6); ",
+       "xab100 cd48 e48 "},  // a tail of two, then grows
       {__LINE__, [](auto& s) { insertText(s, 2, std::string(60, 'x')); },
-       "impact 2..3 (5); impact 2..3 (5); impact 2..3 (5); insert 2 (6); ", "ab,xcd,e,"},  // a head
+       "impact 2..3 (5); impact 2..3 (5); impact 2..3 (5); insert 2 (6); ", "ab48 xcd100 e48 "},  // a head
       {__LINE__, [](auto& s) { replaceText(s, 0, std::string(64, 'x')); },
-       "impact 1..3 (5); impact 0..0 (5); impact 1..0 (5); ", "x,bcd,e,"},  // beyond the limit: all behind it move
+       "impact 1..3 (5); impact 0..0 (5); impact 1..0 (5); ",
+       "x1128 bcd48 e48 "},  // beyond the limit: all behind it move
   };
   for (const auto& row : ROWS) {
     SCOPED_TRACE(testing::Message() << "row of line " << row.line);
     SupaBlock s(BOTH, fiveBlocks);
     fill(s, 5, 8);
-    ASSERT_EQ(layout(s), "abcd,e,");
+    ASSERT_EQ(layout(s), "abcd48 e48 ");
     Recorder recorder;
     recorder.look = [&](const SupaBlockEvent& event) {
       EXPECT_EQ(event.fSource, &s);
@@ -96,16 +105,60 @@ TEST(SupaBlockEventTest, SendsNoticesInTheOrderOfEachOperation) {
   }
 }
 
-TEST(SupaBlockEventTest, KeepsTheDivisionOfAReplaceThatFails) {
-  SupaBlock s(BOTH, hintsOf(100, 8, 4, 8, 0));
-  fill(s, 4, 8);
-  const std::string large(64, 'x');
-  EXPECT_EQ(storeErrorOf([&] { replaceText(s, 3, large); }), SupaBlockError::CANNOT_DIVIDE);
-  EXPECT_EQ(layout(s), "abc,d,");
-  EXPECT_EQ(textAt(s, 3), std::string(8, 'd'));
-  EXPECT_TRUE(replaceText(s, 3, large));  // alone, it may grow
-  EXPECT_EQ(textAt(s, 3), large);
-  EXPECT_NO_THROW(Inspector::handles(s));
+TEST(SupaBlockEventTest, DividesAtItsLimits) {
+  // A target of 40 bytes, two thirds of it 28; bodies beyond 101 come from replaces.
+  const auto put = [](SupaBlock& s, std::int32_t idx, std::size_t size) { insertText(s, idx, std::string(size, 'x')); };
+  const auto swap = [](SupaBlock& s, std::int32_t idx, std::size_t size) {
+    replaceText(s, idx, std::string(size, 'y'));
+  };
+  const struct {
+    int line;
+    std::uint32_t maxBody;
+    bool replaced;                   // 'a' was, which made the body 1116; else it is 101 at most
+    std::vector<std::size_t> sizes;  // of the blocks 'a', 'b' ..
+    std::function<void(SupaBlock&)> change;
+    bool raises;
+    const char* layout;
+  } ROWS[] = {
+      {__LINE__, 101, false, {8, 16, 8, 8, 8}, [&](auto& s) { put(s, 1, 40); }, false, "axbc101 de40 "},  // keeps 28
+      {__LINE__, 101, false, {8, 20, 8, 8, 8}, [&](auto& s) { put(s, 1, 40); }, false, "axb101 cde40 "},  // and not 32
+      {__LINE__, 101, false, {60, 8}, [&](auto& s) { swap(s, 1, 36); }, false, "a101 y40 "},  // just the target
+      {__LINE__, 101, false, {60, 8}, [&](auto& s) { swap(s, 1, 40); }, true, "a101 b40 "},   // the division remains
+      {__LINE__,
+       101,
+       false,
+       {60, 8},
+       [&](auto& s) {
+         EXPECT_ANY_THROW(swap(s, 1, 40));
+         swap(s, 1, 40);
+       },
+       false,
+       "a101 y1096 "},  // alone, it may grow
+      {__LINE__, 100, true, {60, 44, 48}, [&](auto& s) { put(s, 0, 1200); }, true, "a1116 bc100 "},  // 100 may move
+      {__LINE__, 101, true, {60, 48, 48}, [&](auto& s) { put(s, 0, 1200); }, true, "abc1116 "},      // 104 behind `idx`
+      {__LINE__, 101, true, {60, 100}, [&](auto& s) { put(s, 1, 1200); }, true, "a1116 b104 "},  // 104 from `idx` on
+      {__LINE__, 101, true, {60, 104}, [&](auto& s) { put(s, 1, 1200); }, true, "ab1116 "},
+  };
+  for (const auto& row : ROWS) {
+    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
+    SupaBlock s(BOTH, hintsOf(row.maxBody, 8, 4, 6, 0));
+    if (row.replaced) insertText(s, 0, "12345678");
+    for (std::size_t i = 0; i < row.sizes.size(); ++i) {
+      const std::size_t block = row.replaced ? i : row.sizes.size() - 1 - i;
+      const std::string text(row.sizes[block], static_cast<char>('a' + block));
+      row.replaced ? replaceText(s, static_cast<std::int32_t>(i), text) : insertText(s, 0, text);
+    }
+    ASSERT_EQ(Inspector::superBlocks(s).size(), 1u);
+    Recorder recorder;
+    recorder.look = [&](const SupaBlockEvent& event) {
+      new SupaBlockIterator(&s, event.fIndex);  // knows no place yet, where one is about to change
+      return std::string();
+    };
+    s.registerCallback(&recorder, 1);
+    EXPECT_EQ(storeErrorOf([&] { row.change(s); }), row.raises ? SupaBlockError::CANNOT_DIVIDE : 0);
+    EXPECT_EQ(layout(s), row.layout);
+    EXPECT_NO_THROW(Inspector::handles(s));
+  }
 }
 
 TEST(SupaBlockEventTest, SurvivesACallbackThatBreaksTheRules) {
@@ -151,6 +204,141 @@ TEST(SupaBlockEventTest, SurvivesACallbackThatBreaksTheRules) {
     }
     EXPECT_GT(Inspector::iterators(s), 30u);
   }
+}
+
+TEST(SupaBlockEventTest, SurvivesExceptionsOutOfACallback) {
+  const std::function<void(SupaBlock&)> CHANGES[] = {
+      [](auto& s) { s.deleteBlock(1); },
+      [](auto& s) { insertText(s, 1, "x"); },
+      [](auto& s) { insertText(s, 0, std::string(60, 'x')); },
+      [](auto& s) { insertText(s, 2, std::string(60, 'x')); },
+      [](auto& s) { replaceText(s, 1, "x"); },
+      [](auto& s) { replaceText(s, 1, std::string(32, 'x')); },
+      [](auto& s) { replaceText(s, 0, std::string(64, 'x')); },
+  };
+  for (std::size_t change = 0; change < std::size(CHANGES) * 4; ++change) {
+    bool thrown = true;
+    for (int at = 0; thrown; ++at) {
+      SCOPED_TRACE(testing::Message() << "change " << change / 4 << ", flags " << change % 4 << ", event " << at);
+      SupaBlock s(static_cast<SupaBlock::Flags>(change % 4), hintsOf(100, 8, 4, 8, 0));
+      fill(s, 5, 8);
+      s.getBlock(3);
+      Recorder recorder;
+      int event = 0;
+      recorder.look = [&](const SupaBlockEvent&) {
+        s.getBlock(3);
+        return event++ == at ? throw at : std::string();
+      };
+      s.registerCallback(&recorder, 1);
+      thrown = false;
+      try {
+        CHANGES[change / 4](s);
+      } catch (int) {
+        thrown = true;
+      }
+      s.registerCallback(nullptr, 0);
+      EXPECT_NO_THROW(Inspector::handles(s));
+      EXPECT_TRUE(insertText(s, 1, "new!"));
+      EXPECT_TRUE(replaceText(s, s.getSize() - 1, "last"));
+      EXPECT_EQ(textAt(s, 1) + textAt(s, s.getSize() - 1), "new!last");
+      SupaBlockIterator it(&s, -1);
+      for (std::int32_t i = 0; i < s.getSize(); ++i) EXPECT_EQ(it.nextBlock(nullptr), s.getBlock(i));
+      EXPECT_NO_THROW(Inspector::handles(s));
+    }
+  }
+}
+
+/// Takes all memory that malloc has left, until it dies.
+class ExhaustedHeap {
+ public:
+  ExhaustedHeap() {
+    volatile char stack[1 << 16];  // a stack that had to grow later would end the process
+    for (std::size_t i = 0; i < sizeof stack; i += 1024) stack[i] = 0;
+    getrlimit(RLIMIT_AS, &fBefore);
+    const rlimit none{0, fBefore.rlim_max};
+    setrlimit(RLIMIT_AS, &none);
+    for (std::size_t size = 1 << 20; size >= 16; size = size > 2048 ? size / 2 : size - 8) {
+      while (void* p = std::malloc(size)) fTaken = new (p) Piece{fTaken};
+    }
+  }
+  ExhaustedHeap(const ExhaustedHeap&) = delete;
+  ExhaustedHeap& operator=(const ExhaustedHeap&) = delete;
+  ~ExhaustedHeap() {
+    setrlimit(RLIMIT_AS, &fBefore);
+    while (fTaken != nullptr) std::free(std::exchange(fTaken, fTaken->next));
+  }
+
+ private:
+  struct Piece {
+    Piece* next;
+  };
+  rlimit fBefore{};
+  Piece* fTaken = nullptr;
+};
+
+TEST(SupaBlockEventTest, DividesWithoutMemoryOnceItHasSaidSo) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "a sanitizer's heap can't be exhausted";
+#endif
+  struct Exhausting : CallableClass<SupaBlockEvent> {
+    bool call(const SupaBlockEvent&) override {
+      if (!heap) heap.emplace();
+      return false;
+    }
+    std::optional<ExhaustedHeap> heap;
+  };
+  SupaBlock s(BOTH, hintsOf(100, 8, 4, 8, 0));
+  fill(s, 4, 8);
+  insertText(s, 1, "x");
+  ASSERT_EQ(layout(s), "axbcd100 ");
+  Exhausting callback;
+  const std::string data(48, 'y');
+  bool copied = false;
+  s.registerCallback(&callback, 1);
+  try {
+    copied = insertText(s, 0, data);
+  } catch (const std::bad_alloc&) {
+  }
+  const bool exhausted = callback.heap.has_value();
+  callback.heap.reset();
+  EXPECT_TRUE(exhausted && copied);
+  EXPECT_EQ(layout(s), "yaxb100 cd48 ");
+  EXPECT_NO_THROW(Inspector::handles(s));
+}
+
+TEST(SupaBlockEventTest, KeepsDirectoriesAsPrefixes) {
+  SupaBlock s(SupaBlock::SB_DIRECTORY, hintsOf(1000, 16, 4, 20, 1));
+  fill(s, 9, 8);
+  Recorder recorder;
+  const auto entries = [&] { return Inspector::superBlocks(s)[0]->fDirectory->size(); };
+  recorder.look = [&](const SupaBlockEvent&) { return std::to_string(entries()); };
+  unsigned char* last = s.getBlock(8);
+  EXPECT_EQ(entries(), 5u);
+  unsigned char* first = s.getBlock(0);
+  std::memset(first, 0, 4);
+  EXPECT_EQ(s.getBlock(8), last);  // from its entry on, not from block 0
+  *first = 8;
+  s.registerCallback(&recorder, 1);
+  s.deleteBlock(6);
+  replaceText(s, 1, std::string(150, 'x'));  // grows, which forgets all, and looks block 1 up again
+  EXPECT_EQ(recorder.log, "impact 6..8 (5); delete 6 (3); impact 0..7 (3); impact 2..7 (1); ");
+}
+
+TEST(SupaBlockEventTest, CopiesItsOwnBytesAsTheyWereBeforeAnInsertEvent) {
+  SupaBlock s(BOTH, hintsOf(4000, 16, 4, 20, 1));
+  fill(s, 20, 16);
+  ASSERT_GT(Inspector::superBlocks(s).size(), 1u);
+  Recorder recorder;
+  recorder.look = [&](const SupaBlockEvent& event) {
+    if (event.fKind == SupaBlockEvent::SB_EVENT_INSERT) {
+      *s.getBlockData(s.getBlock(20), nullptr) = 'X';  // within the rules
+      replaceText(s, 20, std::string(3000, 'X'));      // against them: another body is reallocated
+    }
+    return std::string();
+  };
+  s.registerCallback(&recorder, 1);
+  EXPECT_TRUE(s.insert(0, s.getBlockData(s.getBlock(19), nullptr), 16));
+  EXPECT_EQ(textAt(s, 0), std::string(16, 'a' + 19));
 }
 
 TEST(SupaBlockEventTest, LetsInsertEventsRewriteBytes) {
@@ -222,7 +410,7 @@ TEST(SupaBlockIteratorTest, KeepsItsPlaceThroughChanges) {
 
 TEST(SupaBlockIteratorTest, ForgetsOnlyWhatMoved) {
   SupaBlock s(BOTH, hintsOf(400, 8, 4, 8, 0));
-  fill(s, 5, 8);  // "abcd,e,"
+  fill(s, 5, 8);  // "abcd48 e48 "
   SupaBlockIterator front(&s, 0), on(&s, 1), behind(&s, 2), other(&s, 4);
   replaceText(s, 1, "x");
   EXPECT_NE(Inspector::handle(front), nullptr);

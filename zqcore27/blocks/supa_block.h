@@ -87,10 +87,11 @@ class ZQCORE27_EXPORT SupaBlock : public FromLibraryHeap {
   bool deleteBlock(std::int32_t idx);
 
   /// Replaces the one callback of the store, which isn't owned. Events go out while `callback` isn't null and `on`
-  /// isn't 0, on the thread that changes the store and before its operation returns. No exception may leave the
-  /// callback.
-  ///   impact: it may only forget what it knew. Reads are safe, but blocks about to be resized aren't found; writes are
-  ///           refused and iterators don't step.
+  /// isn't 0, on the thread that changes the store and before its operation returns. No exception should leave the
+  /// callback: it breaks the operation off. What was done by then stays, and a new block has no data.
+  ///   impact: it may only forget what it knew. Reads are safe, but while a block is being resized no block of its
+  ///           superblock is found: getBlock gives null, get true with null data and SB_NO_SIZE. Writes are refused
+  ///           and iterators don't step.
   ///   insert: it may read blocks and rewrite their bytes in place, but must not change sizes or indexes.
   ///   delete: it may do anything.
   void registerCallback(CallableClass<SupaBlockEvent>* callback, std::int32_t on);
@@ -134,9 +135,8 @@ class ZQCORE27_EXPORT SupaBlock : public FromLibraryHeap {
   BlockSpan blocks_from(std::int32_t idx);
 
   // Changes.
-  template <class MakeRoom>
-  bool write_block(std::int32_t idx, const unsigned char* data, unsigned int size, MakeRoom make_room);
-  bool may_move(std::int32_t idx, const unsigned char* data);
+  bool write_block(std::int32_t idx, const unsigned char* data, unsigned int size, bool inserts);
+  std::uint32_t exposed_bytes(std::int32_t idx, const unsigned char* data, bool inserts);
   SupaBlockHeader* existing_SB_for_idx(std::int32_t idx);
   SupaBlockHeader* get_SB_for_insert(std::int32_t idx, unsigned int size);
   SupaBlockHeader* get_SB_for_idx_sized(std::int32_t idx, unsigned int size);
@@ -153,7 +153,7 @@ class ZQCORE27_EXPORT SupaBlock : public FromLibraryHeap {
   SupaBlockHeader* split_head(SupaBlockHeader* sb, std::int32_t idx, unsigned char* h, std::int64_t delta);
   std::uint32_t body_for_moved(std::uint32_t tail, std::uint64_t limit) const;
   SupaBlockHeader* move_to_new_superblock(SupaBlockHeader* sb, unsigned char* from, std::int32_t idx,
-                                          std::uint32_t body, bool commission_both);
+                                          std::uint32_t body);
   void grow_body(SupaBlockHeader* sb, std::uint64_t size);
   void commission_superblock(SupaBlockHeader* sb);
   void reserve_in_list();
@@ -165,6 +165,7 @@ class ZQCORE27_EXPORT SupaBlock : public FromLibraryHeap {
   void impact_iterators(SupaBlockHeader& sb, unsigned char* at, std::int32_t idx);
   void iter_inserted_block(std::int32_t idx);
   void iter_deleted_block(std::int32_t idx);
+  bool sends_events() const { return fCallback != nullptr && fCallbackOn != 0; }
   void send(SupaBlockEvent::Kind kind, std::int32_t idx, std::int32_t last);
 
   CallableClass<SupaBlockEvent>* fCallback = nullptr;  // not owned
@@ -174,11 +175,11 @@ class ZQCORE27_EXPORT SupaBlock : public FromLibraryHeap {
   std::uint32_t fDirMask = 0;                                  // (1 << fDirShift) - 1
   std::uint32_t fTargetBody = 0;                               // bytes in the body of a new superblock, a multiple of 4
   std::vector<std::unique_ptr<SupaBlockHeader>> fSuperBlocks;  // in index order
-  std::vector<std::int32_t> fLasts;            // fLast of each superblock: the search by halves reads these alone
-  SupaBlockHeader* fLastSB = nullptr;          // last hit of the scan; a cache
-  std::vector<SupaBlockIterator*> fIterators;  // registered here
-  SupaBlockHeader* fUnsettled = nullptr;       // during the impact of a resize: its sizes and bytes disagree
-  bool fImpacting = false;                     // an impact event is being sent
+  std::vector<std::int32_t> fLasts;                            // fLast of each superblock: the search reads these alone
+  SupaBlockHeader* fLastSB = nullptr;                          // last hit of the scan; a cache
+  std::vector<SupaBlockIterator*> fIterators;                  // registered here
+  SupaBlockHeader* fUnsettled = nullptr;  // during the impact of a resize: its sizes and bytes disagree
+  bool fImpacting = false;                // an impact event is being sent
 };
 
 }  // namespace zqcore27

@@ -7,6 +7,7 @@
 inline namespace zqcore27 {
 
 /// A block as SupaBlock::get gives it: a view, not an owner, good until the next change of the store.
+/// Threads: as the store.
 class ZQCORE27_EXPORT SupaBlockDatum {
  public:
   unsigned char* fData = nullptr;  // null for a block of size 0

@@ -4,7 +4,7 @@
 
 inline namespace zqcore27 {
 
-/// A block can't be placed, or an iterator is no longer good. Never fatal.
+/// A block can't be placed, or an iterator is no longer good. Never fatal. Threads: as Error.
 class ZQCORE27_EXPORT SupaBlockError : public Error {
  public:
   /// A block behind the end isn't smaller than the largest body. Empty blocks made in front of it stay.

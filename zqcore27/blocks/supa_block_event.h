@@ -10,6 +10,7 @@ inline namespace zqcore27 {
 class SupaBlock;
 
 /// What a store tells its callback. It lives as long as the call; whoever wants it later copies it.
+/// Threads: the one that changes the store; a copy belongs to whoever made it.
 class ZQCORE27_EXPORT SupaBlockEvent {
  public:
   /// Distinct bits.

@@ -84,7 +84,8 @@ void SupaBlock::split_tail(SupaBlockHeader* sb, std::int32_t idx, unsigned char*
   const std::int32_t first = keep > limit || idx + 1 == sb->fLast ? idx + 1 : sb->fLast - 1;
   unsigned char* from = get_block_hdr(sb, first);
   const auto tail = static_cast<std::uint32_t>(*sb->fBody + sb->fUsed - from);
-  move_to_new_superblock(sb, from, first, body_for_moved(tail, fHints.fMaxBodySize), true);
+  move_to_new_superblock(sb, from, first, body_for_moved(tail, fHints.fMaxBodySize));
+  if (sb->fDirectory != nullptr) sb->fDirectory->clear();
 }
 
 /// Block `idx` at `h` moves with all behind it. With a `delta` that the new body's target doesn't hold it divides
@@ -93,7 +94,7 @@ SupaBlockHeader* SupaBlock::split_head(SupaBlockHeader* sb, std::int32_t idx, un
   if (idx == sb->fFirst) throw SupaBlockError(SupaBlockError::CANNOT_DIVIDE, false);
   const auto tail = static_cast<std::uint32_t>(*sb->fBody + sb->fUsed - h);
   const std::uint32_t body = body_for_moved(tail, roundedUp(fHints.fMaxBodySize));
-  SupaBlockHeader* fresh = move_to_new_superblock(sb, h, idx, body, false);
+  SupaBlockHeader* fresh = move_to_new_superblock(sb, h, idx, body);
   return delta != 0 && tail + delta > fTargetBody ? insert_superblock(idx, SB_NO_SIZE) : fresh;
 }
 
@@ -107,12 +108,11 @@ std::uint32_t SupaBlock::body_for_moved(std::uint32_t tail, std::uint64_t limit)
 /// Moves the blocks from `idx` on, which begin at `from`, to a new superblock directly behind `sb`. All that may fail
 /// comes before the first byte moves.
 SupaBlockHeader* SupaBlock::move_to_new_superblock(SupaBlockHeader* sb, unsigned char* from, std::int32_t idx,
-                                                   std::uint32_t body, bool commission_both) {
+                                                   std::uint32_t body) {
   auto fresh = std::make_unique<SupaBlockHeader>(static_cast<std::int32_t>(body));
+  commission_superblock(fresh.get());
   reserve_in_list();
   impact_all(*sb, from, idx);
-  commission_superblock(fresh.get());
-  if (commission_both) commission_superblock(sb);
 
   const auto tail = static_cast<std::uint32_t>(*sb->fBody + sb->fUsed - from);
   const std::size_t at = position_of(*sb);

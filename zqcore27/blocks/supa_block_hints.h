@@ -7,7 +7,7 @@
 inline namespace zqcore27 {
 
 /// How a store is to lay out its blocks. 0 asks for the default in every field. The store copies the hints and adjusts
-/// its copy.
+/// its copy. Threads: one at a time, or any number that only read.
 class ZQCORE27_EXPORT SupaBlockHints {
  public:
   /// Bytes to which the body of a superblock may grow before it is divided. Default: room for fMaxBlocks blocks of

@@ -1,5 +1,6 @@
 #include <limits>
 
+#include "zqcore27/blocks/at_exit.h"
 #include "zqcore27/blocks/supa_block.h"
 #include "zqcore27/blocks/supa_block_iterator.h"
 
@@ -12,9 +13,11 @@ void SupaBlock::registerCallback(CallableClass<SupaBlockEvent>* callback, std::i
 
 /// Tells everybody that the blocks of `sb` from `idx` on, at `at`, may lie elsewhere; with null and -1 all of them.
 void SupaBlock::impact_all(SupaBlockHeader& sb, unsigned char* at, std::int32_t idx) {
+  const AtExit forget([&] {  // after the event, in which look-ups may remember
+    impact_directory(sb, at, idx);
+    fLastSB = nullptr;
+  });
   impact_iterators(sb, at, idx);
-  impact_directory(sb, at, idx);
-  fLastSB = nullptr;
 }
 
 /// Drops the entries from that of `idx` on; with null and -1 all of them.
@@ -31,9 +34,9 @@ void SupaBlock::impact_directory(SupaBlockHeader& sb, unsigned char* at, std::in
 
 void SupaBlock::impact_iterators(SupaBlockHeader& sb, unsigned char* at, std::int32_t idx) {
   for (SupaBlockIterator* it : fIterators) it->check_for_impact(sb, at);
+  const AtExit end([this] { fImpacting = false; });
   fImpacting = true;
   send(SupaBlockEvent::SB_EVENT_IMPACT, idx == -1 ? sb.fFirst : idx, sb.fLast);
-  fImpacting = false;
 }
 
 void SupaBlock::iter_inserted_block(std::int32_t idx) {
@@ -56,7 +59,7 @@ void SupaBlock::iter_deleted_block(std::int32_t idx) {
 
 /// The last step of each notice: a callback may make and destroy iterators, and replace itself.
 void SupaBlock::send(SupaBlockEvent::Kind kind, std::int32_t idx, std::int32_t last) {
-  if (fCallback == nullptr || fCallbackOn == 0) return;
+  if (!sends_events()) return;
   SupaBlockEvent event;
   event.fSource = this;
   event.fKind = kind;

@@ -3,6 +3,7 @@
 #include <functional>
 #include <limits>
 
+#include "zqcore27/blocks/at_exit.h"
 #include "zqcore27/blocks/block_size.h"
 #include "zqcore27/blocks/supa_block.h"
 #include "zqcore27/blocks/supa_block_error.h"
@@ -17,31 +18,39 @@ constexpr std::uint64_t MARGIN = 1024;
 /// The highest index that can't be had: a store with a block there would have no size.
 constexpr std::int32_t INDEX_LIMIT = std::numeric_limits<std::int32_t>::max();
 
+/// Bytes from `data` to the end of the body of `sb`; 0 if `data` doesn't lie in it.
+std::uint32_t bytesFrom(const SupaBlockHeader& sb, const unsigned char* data) {
+  const unsigned char* body = *sb.fBody;
+  const unsigned char* end = body + sb.get_body_size();
+  return std::less<>()(data, body) || !std::less<>()(data, end) ? 0 : static_cast<std::uint32_t>(end - data);
+}
+
 }  // namespace
 
 bool SupaBlock::insert(std::int32_t idx, const unsigned char* data, unsigned int size) {
   if (getSize() == INDEX_LIMIT) return false;
-  return write_block(idx, data, size, [&] { return get_SB_for_insert(idx, size); });
+  return write_block(idx, data, size, true);
 }
 
 bool SupaBlock::replace(std::int32_t idx, const unsigned char* data, unsigned int size) {
-  return write_block(idx, data, size, [&] { return get_SB_for_idx_sized(idx, size); });
+  return write_block(idx, data, size, false);
 }
 
-/// What both have in common. `make_room` leaves a block of the rounded size at `idx` and returns its superblock.
-template <class MakeRoom>
-bool SupaBlock::write_block(std::int32_t idx, const unsigned char* data, unsigned int size, MakeRoom make_room) {
+/// Insert and replace: makes a block of the rounded size at `idx` and copies the data.
+bool SupaBlock::write_block(std::int32_t idx, const unsigned char* data, unsigned int size, bool inserts) {
   if (fImpacting || idx < 0 || idx == INDEX_LIMIT || (data == nullptr && size != 0)) return false;
   const bool appends = idx >= getSize();
-  MemResizable copied;
-  if (!appends && may_move(idx, data)) {
-    copied.resize(size);
-    MemAllocator::copy(*copied, data, size);
-    data = *copied;
+  MemResizable saved;
+  std::uint32_t readable = size;
+  if (const std::uint32_t exposed = appends ? 0 : exposed_bytes(idx, data, inserts); exposed != 0) {
+    readable = std::min(size, exposed);
+    saved.resize(readable);
+    MemAllocator::copy(*saved, data, readable);
+    data = *saved;
   }
 
-  SupaBlockHeader* sb = make_room();
-  if (sb == nullptr) return false;
+  SupaBlockHeader* sb = inserts ? get_SB_for_insert(idx, size) : get_SB_for_idx_sized(idx, size);
+  if (sb == nullptr || readable < size) return false;
   // What was appended ends the used bytes, and no callback has been called since.
   unsigned char* h = appends ? *sb->fBody + (sb->fUsed - roundedUp(size) - 4) : get_block_hdr(sb, idx);
   // A callback that broke the rules of an insert event may have put another block there.
@@ -50,11 +59,13 @@ bool SupaBlock::write_block(std::int32_t idx, const unsigned char* data, unsigne
   return true;
 }
 
-/// True if `data` lies in the body that a write at `idx` may move or divide. Requires: idx < getSize().
-bool SupaBlock::may_move(std::int32_t idx, const unsigned char* data) {
-  SupaBlockHeader* sb = existing_SB_for_idx(idx);
-  const unsigned char* body = *sb->fBody;
-  return !std::less<>()(data, body) && std::less<>()(data, body + sb->fBody.size());
+/// Bytes from `data` to the end of a body that may change before they are copied: that of `idx`, and each other one
+/// where an insert event comes first. 0 if `data` lies in none. Requires: idx < getSize().
+std::uint32_t SupaBlock::exposed_bytes(std::int32_t idx, const unsigned char* data, bool inserts) {
+  std::uint32_t bytes = bytesFrom(*existing_SB_for_idx(idx), data);
+  if (!inserts || !sends_events()) return bytes;
+  for (auto sb = fSuperBlocks.begin(); bytes == 0 && sb != fSuperBlocks.end(); ++sb) bytes = bytesFrom(**sb, data);
+  return bytes;
 }
 
 /// Requires: 0 <= idx < getSize().
@@ -123,11 +134,13 @@ void SupaBlock::resize_block_relative(SupaBlockHeader* sb, std::int32_t idx, std
   MemAllocator::move(next + delta, next, static_cast<std::uint32_t>(end - next));
   if (delta < 0) MemAllocator::zero(end + delta, static_cast<std::uint32_t>(-delta));
 
+  const AtExit settle([&] {
+    set_block_size(h, static_cast<std::uint32_t>(size + delta));
+    sb->fUsed = static_cast<std::uint32_t>(sb->fUsed + delta);
+    fUnsettled = nullptr;
+  });
   fUnsettled = sb;
   impact_all(*sb, next, idx + 1);
-  fUnsettled = nullptr;
-  set_block_size(h, static_cast<std::uint32_t>(size + delta));
-  sb->fUsed = static_cast<std::uint32_t>(sb->fUsed + delta);
 }
 
 bool SupaBlock::deleteBlock(std::int32_t idx) {
