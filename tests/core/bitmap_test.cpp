@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 #include <utility>
 
@@ -15,6 +16,13 @@ std::string bits(const Bitmap& b, unsigned int n) {
   std::string text;
   for (unsigned int i = 0; i < n; ++i) text += b.state(i) ? '1' : '0';
   return text;
+}
+
+/// Where the words lie: the first field.
+const void* words(const Bitmap& b) {
+  const void* first;
+  std::memcpy(&first, &b, sizeof first);
+  return first;
 }
 
 TEST(BitmapTest, ReadsText) {
@@ -45,7 +53,9 @@ TEST(BitmapTest, GrowsToWhatIsWritten) {
 
 TEST(BitmapTest, SpareBitsComeIntoView) {
   Bitmap full(5, true);
+  const void* before = words(full);
   full.set(6);
+  EXPECT_EQ(words(full), before);  // no copy within a word
   EXPECT_EQ(bits(full, 8), "11111110");
   Bitmap toggled(5);
   toggled.toggle();
@@ -85,6 +95,11 @@ TEST(BitmapTest, CopiesAreTheirOwn) {
   Bitmap moved(std::move(b));
   b = moved;
   EXPECT_EQ(bits(b, 3), "111");
+  a = std::move(b);
+  EXPECT_EQ(bits(a, 3), "111");
+  EXPECT_EQ(words(b), nullptr);  // left empty, not with the words that `a` had
+  a = std::move(self);
+  EXPECT_EQ(bits(a, 3), "111");
 }
 
 TEST(BitmapTest, RefusesTheLastIndex) {

@@ -39,9 +39,10 @@ Bitmap& Bitmap::operator=(const Bitmap& other) {
 }
 
 Bitmap& Bitmap::operator=(Bitmap&& other) noexcept {
-  std::swap(fBits, other.fBits);
-  std::swap(fSizeInBits, other.fSizeInBits);
-  std::swap(fSizeInWords, other.fSizeInWords);
+  Bitmap taken(std::move(other));
+  std::swap(fBits, taken.fBits);
+  std::swap(fSizeInBits, taken.fSizeInBits);
+  std::swap(fSizeInWords, taken.fSizeInWords);
   return *this;
 }
 
@@ -98,6 +99,10 @@ std::uint32_t* Bitmap::alloc_from_size_in_bits(unsigned int bits) {
 /// Requires: bits > fSizeInBits.
 void Bitmap::re_size(unsigned int bits) {
   const std::uint32_t held = fSizeInWords;
+  if (words_for(bits) == held) {
+    fSizeInBits = bits;
+    return;
+  }
   std::uint32_t* words = alloc_from_size_in_bits(bits);
   MemAllocator::copy(words, fBits, held * 4);
   MemAllocator::zero(words + held, (fSizeInWords - held) * 4);

@@ -13,7 +13,7 @@ class String;
 /// least significant, of word i / 32. The bits of the last word behind the size are spare: nothing masks them. They are
 /// copied, set and inverted with their word, and come into view when the set grows within that word.
 ///
-/// Growth is exact and copies the words, so a caller that knows the size gives it at construction.
+/// Growth is exact: each word more costs a copy of all, so a caller that knows the size gives it at construction.
 /// Errors: MemError::HEAP_EXHAUSTED, fatal, from all that allocates; the set is as before.
 /// Threads: one at a time, or any number that only read.
 class ZQCORE27_EXPORT Bitmap {
@@ -27,7 +27,7 @@ class ZQCORE27_EXPORT Bitmap {
   explicit Bitmap(const String& text);
   /// Copies the words, spare bits included.
   Bitmap(const Bitmap& other);
-  /// Leaves `other` empty.
+  /// A move leaves `other` empty, unless it is this set.
   Bitmap(Bitmap&& other) noexcept;
   Bitmap& operator=(const Bitmap& other);
   Bitmap& operator=(Bitmap&& other) noexcept;
