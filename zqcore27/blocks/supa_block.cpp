@@ -12,6 +12,51 @@ inline namespace zqcore27 {
 
 template class CallableClass<SupaBlockEvent>;
 
+namespace {
+
+/// Two positions with lasts[below] < idx <= lasts[at].
+struct Bracket {
+  std::size_t below, at;
+};
+
+/// The position of `idx` if all superblocks held the same number of blocks. Only a guess, so in floating point, which
+/// divides faster. Requires: 0 <= idx <= lasts.back().
+std::size_t evenGuess(const std::vector<std::int32_t>& lasts, std::int32_t idx) {
+  const auto guess = static_cast<std::size_t>(idx / (lasts.back() + 1.0) * static_cast<double>(lasts.size()));
+  assert(guess < lasts.size());
+  return guess;
+}
+
+/// Steps of doubling length from position `from`. Requires: lasts.front() < idx <= lasts.back().
+Bracket bracketFrom(const std::vector<std::int32_t>& lasts, std::int32_t idx, std::size_t from) {
+  Bracket b{from, from};
+  std::size_t step = 1;
+  if (lasts[from] < idx) {
+    for (; lasts[b.at] < idx; step *= 2) {
+      b.below = b.at;
+      b.at = std::min(b.at + step, lasts.size() - 1);
+    }
+  } else {
+    for (; lasts[b.below] >= idx; step *= 2) {
+      b.at = b.below;
+      b.below -= std::min(b.below, step);
+    }
+  }
+  return b;
+}
+
+/// The upper end of `b` once both are neighbours.
+std::size_t narrowed(const std::vector<std::int32_t>& lasts, std::int32_t idx, Bracket b) {
+  while (b.at - b.below > 1) {
+    const std::size_t middle = b.below + (b.at - b.below) / 2;
+    (lasts[middle] < idx ? b.below : b.at) = middle;
+  }
+  assert(b.at == b.below + 1 && lasts[b.below] < idx && idx <= lasts[b.at]);
+  return b.at;
+}
+
+}  // namespace
+
 SupaBlock::SupaBlock(Flags flags, const SupaBlockHints& hints) : fFlags(flags), fHints(hints) {
   adjust_hints();
   fIterators.reserve(4);
@@ -81,17 +126,12 @@ SupaBlockHeader* SupaBlock::linear_idx_search(std::int32_t idx) {
 }
 
 /// Position of the first superblock that ends at `idx` or behind it; the number of superblocks if none does. Emptied
-/// superblocks end where the one before them does, and are passed over.
+/// superblocks end where the one before them does, and are passed over. Starts where superblocks of even size would
+/// have `idx`, so that the look-ups of an evenly filled store read a few neighbouring ends.
 std::size_t SupaBlock::position_at_or_behind(std::int32_t idx) const {
-  const std::int32_t* first = fLasts.data();
-  std::size_t count = fLasts.size();
-  if (count == 0) return 0;
-  while (count > 1) {  // no branch but the loop's own: look-ups at random places don't wait for each other
-    const std::size_t half = count / 2;
-    first += static_cast<std::size_t>(first[half - 1] < idx) * half;
-    count -= half;
-  }
-  return static_cast<std::size_t>(first - fLasts.data()) + static_cast<std::size_t>(*first < idx);
+  if (fLasts.empty() || fLasts.back() < idx) return fLasts.size();
+  if (idx <= fLasts.front()) return 0;
+  return narrowed(fLasts, idx, bracketFrom(fLasts, idx, evenGuess(fLasts, idx)));
 }
 
 /// Requires: `sb` is in the list and holds a block.
