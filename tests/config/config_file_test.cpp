@@ -51,9 +51,11 @@ TEST(ConfigFileTest, ARefusedByteLosesNothingButItself) {
       {"1 *\xFF*z\n", "I(1) !122 I(*) K(*z) <EOS> <EOF>"}};  // no separator by itself
   setACPid(65001);
   for (const auto& [text, tokens] : ROWS) {
-    Source source(Kind::PLAIN_FILE, text);
-    source->enableSeparators(Config::SEP_EQUALS | Config::SEP_EQUALS_EQUALS | Config::SEP_STAR_STAR);
-    EXPECT_EQ(allTokens(*source), tokens) << text;
+    for (const Kind kind : {Kind::PLAIN_FILE, Kind::ARMOURED_FILE}) {
+      Source source(kind, text);
+      source->enableSeparators(Config::SEP_EQUALS | Config::SEP_EQUALS_EQUALS | Config::SEP_STAR_STAR);
+      EXPECT_EQ(allTokens(*source), tokens) << text;
+    }
   }
   Source decrypted(Kind::PLAIN_FILE, "y\xFFz\nghi\n");
   decrypted->enableDecryption(0, false);

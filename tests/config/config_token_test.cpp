@@ -19,7 +19,7 @@ TEST(ConfigTokenTest, EverySourceGivesTheSameTokens) {
       {__LINE__, DEFAULT, "", "<EOF>"},
       {__LINE__, DEFAULT, "\n\n | \r\n!only a comment\n", "<EOF>"},
       // Statements, comments, continuations.
-      {__LINE__, DEFAULT, "a b\n\n\nc\n", "K(a) K(b) <EOS> K(c) <EOS> <EOF>"},
+      {__LINE__, DEFAULT, "a\tb\n\n\nc\n", "K(a) K(b) <EOS> K(c) <EOS> <EOF>"},
       {__LINE__, DEFAULT, "a | b\n", "K(a) <EOS> K(b) <EOS> <EOF>"},
       {__LINE__, DEFAULT, "a\r\nb\rc\r\n", "K(a) <EOS> K(b) K(c) <EOS> <EOF>"},
       {__LINE__, DEFAULT, "a & comment\r\n\r\n!c\nb\n", "K(a) <EOS> K(b) <EOS> <EOF>"},
