@@ -1,9 +1,8 @@
 // Any format with the arguments that its directives ask for.
 
 #include <array>
-#include <span>
 
-#include "fuzz/support/fuzz.h"
+#include "fuzz/support/format_arguments.h"
 #include "zqcore27/errors/mem_error.h"
 #include "zqcore27/errors/string_error.h"
 #include "zqcore27/strings/string.h"
@@ -16,72 +15,15 @@ extern "C" __attribute__((visibility("default"))) const char* __asan_default_opt
 
 namespace {
 
+using fuzz::Argument;
 using fuzz::require;
-
-constexpr std::size_t MAX_ARGUMENTS = 5;
-
-struct Argument {
-  enum Kind { INT, DOUBLE, UNITS, BYTES, COUNTED, COUNT } kind;
-  std::int32_t number = 0;
-  double real = 0;
-  const void* place = nullptr;
-};
-
-/// What a format asks for, up to its first bad directive. A directive that asks for too much ends the format.
-std::vector<Argument> argumentsOf(std::vector<char>& format) {
-  std::vector<Argument> all;
-  for (char* f = format.data(); *f != 0;) {
-    char* const start = f;
-    if (*f++ != '%') continue;
-    std::vector<Argument> some(all);
-    while (*f != 0 && std::strchr(" #+-0", *f) != nullptr) ++f;
-    bool slow = false;
-    const auto number = [&] {
-      if (*f == '*') return some.push_back({Argument::INT}), static_cast<void>(++f);
-      const char* const digits = f;
-      while (*f >= '0' && *f <= '9') ++f;
-      slow |= f - digits > 4 && f - digits < 9;
-    };
-    number();
-    if (*f == '.') ++f, number();
-    bool narrow = false;
-    for (; *f != 0 && std::strchr("LNhl", *f) != nullptr; ++f) narrow |= *f == 'L' || *f == 'N';
-    const char c = *f;
-    if (c != 0 && std::strchr("diuoxXbpc", c) != nullptr) some.push_back({Argument::INT});
-    if (c != 0 && std::strchr("eEfgG", c) != nullptr) some.push_back({Argument::DOUBLE});
-    if (c == 's') some.push_back({narrow ? Argument::BYTES : Argument::UNITS});
-    if (c == 'P') some.push_back({Argument::COUNTED});
-    if (c == 'n') some.push_back({Argument::COUNT});
-    if (some.size() > MAX_ARGUMENTS || slow) {
-      *start = 0;
-      break;
-    }
-    all = some;
-    if (c == 0 || std::strchr("diuoxXbpceEfgGsPn%", c) == nullptr) break;
-    ++f;
-  }
-  return all;
-}
-
-template <class... Passed>
-void build(String& s, const char* format, std::span<const Argument> rest, Passed... passed) {
-  if constexpr (sizeof...(Passed) < MAX_ARGUMENTS) {
-    if (!rest.empty()) {
-      const Argument& a = rest.front();
-      if (a.kind == Argument::INT) return build(s, format, rest.subspan(1), passed..., a.number);
-      if (a.kind == Argument::DOUBLE) return build(s, format, rest.subspan(1), passed..., a.real);
-      return build(s, format, rest.subspan(1), passed..., a.place);
-    }
-  }
-  s.build(format, passed...);
-}
 
 /// What came out, or the code of the error.
 std::pair<std::u16string, std::uint32_t> built(String& s, const char* format, std::span<const Argument> arguments) {
   const std::u16string before(s.units().begin(), s.units().end());
   std::uint32_t code = 0;
   try {
-    build(s, format, arguments);
+    fuzz::pass([&](auto... passed) { s.build(format, passed...); }, arguments);
   } catch (const StringError& e) {
     code = e.code();
   } catch (const MemError& e) {
@@ -100,18 +42,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   setACPid(in.below(2) != 0 ? 932 : 65001);
   const bool aliased = in.below(2) != 0;
   std::vector<char> format = fuzz::terminated(in.upTo('~'));
-  std::vector<Argument> arguments = argumentsOf(format);
+  std::vector<Argument> arguments = fuzz::argumentsOf(format);
 
   // What the arguments point at lies in blocks of exactly its size.
-  std::array<std::vector<char>, MAX_ARGUMENTS> bytes;
-  std::array<std::vector<char16_t>, MAX_ARGUMENTS> units;
-  std::array<std::int32_t, MAX_ARGUMENTS> counts{};
+  std::array<std::vector<char>, fuzz::MAX_ARGUMENTS> bytes;
+  std::array<std::vector<char16_t>, fuzz::MAX_ARGUMENTS> units;
+  std::array<std::int32_t, fuzz::MAX_ARGUMENTS> counts{};
   const std::u16string own = u"12%d\x3042 text of the object itself";
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     Argument& a = arguments[i];
     if (a.kind == Argument::INT) {
-      a.number = in.value<std::int32_t>();
-      if (std::abs(a.number / 2) > 4096 && std::abs(a.number / 2) < 1 << 23) a.number %= 4096;  // as a width, slow
+      a.number = fuzz::numberOf(in);
     } else if (a.kind == Argument::DOUBLE) {
       a.real = in.value<double>();
     } else if (a.kind == Argument::COUNT) {

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "fuzz/support/fuzz.h"
-#include "tests/support/tree_text.h"
+#include "fuzz/support/plain_tree.h"
 #include "zqcore27/errors/mem_error.h"
 
 namespace {
@@ -43,7 +43,7 @@ class Run {
   }
 
  private:
-  std::uint32_t size() const { return static_cast<std::uint32_t>(fNodes.size()); }
+  std::uint32_t size() const { return fPlain.size(); }
   std::uint32_t index() {
     const std::uint8_t b = fIn.byte();
     return b < 0xF0 ? b % (size() + 1) : b < 0xFC ? size() + b % 4 : b == 0xFC ? NONE : 0x80000000U - (b & 1);
@@ -72,38 +72,19 @@ class Run {
     if (idx >= size()) {
       extend_to(idx + 1);
     } else if (inserts) {
-      fNodes.insert(fNodes.begin() + idx, Words());
-      ++fRoot;
-      repair(idx + 1, [idx](Words& node) {
-        for (std::uint32_t& w : node) w += w >= idx && w != NONE ? 1 : 0;
-      });
+      fPlain.insert(idx);
     }
-    fNodes[idx] = runs;
+    fPlain.nodes[idx] = runs;
   }
   void extend_to(std::uint32_t count) {
     if (count == size()) return;
-    fNodes.resize(count);
-    fTree.setRootNodeIdx(fRoot = fAnyWords && fIn.below(3) == 0 ? count + fIn.below(4) - 2 : count - 1);
+    fPlain.nodes.resize(count);
+    fTree.setRootNodeIdx(fPlain.root = fAnyWords && fIn.below(3) == 0 ? count + fIn.below(4) - 2 : count - 1);
   }
   void remove(std::uint32_t idx) {
     fTree.deleteNode(idx);
     if (idx >= size()) return;
-    fNodes.erase(fNodes.begin() + idx);
-    --fRoot;
-    repair(idx, [idx](Words& node) {
-      Words left;
-      for (std::size_t w = 0; w < node.size(); w += 2) {
-        const std::int64_t first = node[w] - (node[w] > idx && node[w] != NONE ? 1 : 0);
-        const std::int64_t last = node[w + 1] - std::int64_t{node[w + 1] >= idx && node[w + 1] != NONE ? 1 : 0};
-        if (first <= last)
-          left.insert(left.end(), {static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(last)});
-      }
-      node = left;
-    });
-  }
-  template <class Change>
-  void repair(std::uint32_t from, Change change) {
-    for (std::uint64_t i = from; i <= fRoot && i < size(); ++i) change(fNodes[i]);
+    fPlain.erase(idx);
   }
 
   void change_hints(std::uint32_t idx) {
@@ -111,7 +92,7 @@ class Run {
     for (std::uint32_t i = 0; i < size(); ++i) {
       if ((i * 7 + idx) % 5 == 0) bits.set(i);
     }
-    if (fRoot < 0x1000) fIn.below(2) == 0 ? fTree.terminatorHints(bits) : fTree.cloneHints(bits);
+    if (fPlain.root < 0x1000) fIn.below(2) == 0 ? fTree.terminatorHints(bits) : fTree.cloneHints(bits);
     fHinted = true;
   }
 
@@ -146,12 +127,12 @@ class Run {
   void check_walk() {
     const std::unique_ptr<TreeIterator> it(fTree.newIter());
     std::size_t left = 100;
-    walk_below(*it, fRoot, left);
+    walk_below(*it, fPlain.root, left);
     require(left == 0 || it->nextDFNode(false) == NONE, "a walk ends behind the last node");
   }
   void walk_below(TreeIterator& it, std::uint32_t node, std::size_t& left) {
-    for (std::size_t w = 0; w < fNodes[node].size(); w += 2) {
-      for (std::uint32_t child = fNodes[node][w]; child <= fNodes[node][w + 1]; ++child) {
+    for (std::size_t w = 0; w < fPlain.nodes[node].size(); w += 2) {
+      for (std::uint32_t child = fPlain.nodes[node][w]; child <= fPlain.nodes[node][w + 1]; ++child) {
         if (left == 0) return;
         --left;
         require(it.nextDFNode(false) == child, "a walk goes depth first");
@@ -161,24 +142,24 @@ class Run {
   }
 
   void check() {
-    require(fTree.getRootNodeIdx() == fRoot, "the root moves with the nodes");
+    require(fTree.getRootNodeIdx() == fPlain.root, "the root moves with the nodes");
     const std::vector<const unsigned char*> handles = SupaBlockInspector::handles(*Inspector::store(fTree));
-    require(handles.size() == fNodes.size(), "a tree has as many nodes as its model");
+    require(handles.size() == fPlain.nodes.size(), "a tree has as many nodes as its model");
     for (std::uint32_t i = 0; i < size(); ++i) {
-      require(SupaBlockInspector::sizeAt(handles[i]) == fNodes[i].size() * 4, "a node has its runs");
-      require(std::equal(fNodes[i].begin(), fNodes[i].end(), reinterpret_cast<const std::uint32_t*>(handles[i] + 4)),
+      require(SupaBlockInspector::sizeAt(handles[i]) == fPlain.nodes[i].size() * 4, "a node has its runs");
+      require(std::equal(fPlain.nodes[i].begin(), fPlain.nodes[i].end(),
+                         reinterpret_cast<const std::uint32_t*>(handles[i] + 4)),
               "runs are repaired");
     }
     for (const auto& walker : fWalkers) require(Inspector::knowsRight(*walker, handles), "a frame's handle is right");
-    if (!fAnyWords && !fHinted && size() != 0 && fRoot + 1 == size()) check_walk();
+    if (!fAnyWords && !fHinted && size() != 0 && fPlain.root + 1 == size()) check_walk();
   }
 
   fuzz::Input& fIn;
   SBTree fTree;
   bool fAnyWords;
   bool fHinted = false;
-  std::uint32_t fRoot = 0;
-  std::vector<Words> fNodes;
+  fuzz::PlainTree fPlain;
   std::vector<std::unique_ptr<SBTreeIterator>> fWalkers;
 };
 
