@@ -6,8 +6,10 @@ inline namespace zqcore27 {
 
 namespace {
 
-// Long enough for the usual short hold to end, short beside the cost of a sleep.
-constexpr int SPINS = 64;
+// Pauses of the processor before each look at a lock that is taken, some microseconds together: short beside the cost
+// of a sleep. Few looks, because each takes the lock's memory away from its owner, who meanwhile may well get through
+// several short holds at the speed of one thread.
+constexpr int PAUSES[] = {16, 32, 64, 64, 64};
 
 }  // namespace
 
@@ -26,13 +28,14 @@ void CriticalSection::relock(std::uint32_t depth) noexcept {
 }
 
 void CriticalSection::wait_for_lock() noexcept {
-  for (int i = 0; i < SPINS && fState.load(std::memory_order_relaxed) != CONTENDED; ++i) {
-    std::uint32_t expected = FREE;
-    if (fState.load(std::memory_order_relaxed) == FREE &&
-        fState.compare_exchange_weak(expected, OWNED, std::memory_order_acquire, std::memory_order_relaxed)) {
+  for (const int pause : PAUSES) {
+    for (int i = 0; i < pause; ++i) spinHint();
+    std::uint32_t state = fState.load(std::memory_order_relaxed);
+    if (state == CONTENDED) break;
+    if (state == FREE &&
+        fState.compare_exchange_weak(state, OWNED, std::memory_order_acquire, std::memory_order_relaxed)) {
       return;
     }
-    spinHint();
   }
   // Whoever had to sleep marks the lock contended when it gets it: others may still be asleep.
   while (fState.exchange(CONTENDED, std::memory_order_acquire) != FREE) waitOnWord(fState, CONTENDED);

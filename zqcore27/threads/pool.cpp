@@ -142,7 +142,7 @@ std::uint32_t ThreadPool::add_request(const Request& request) {
 void ThreadPool::wait_for_room() {
   if (!fQueue->Full()) return;
   ++fGuests;
-  look_out([this] { return !fQueue->Full(); });
+  look_out([this] { return fQueue->count() <= fQueue->capacity() / 4; });  // for a run of submits, if it comes soon
   leave_guest();
   while (fQueue->Full() && !fClosing) {
     grow();

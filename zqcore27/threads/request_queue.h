@@ -61,6 +61,7 @@ class ZQCORE27_EXPORT RequestQueue {
   void remove_requests(ThreadRequester* requester, SubmittedJobList& dropped);
 
   std::uint16_t count() const { return fCount.load(std::memory_order_relaxed); }
+  std::uint16_t capacity() const { return fCapacity; }
   /// The slot of the queued request with `place` older ones before it.
   std::uint16_t slot(std::uint32_t place) const ZQCORE27_REQUIRES(fMutex) {
     return static_cast<std::uint16_t>((std::uint32_t{fHead} + place) % fCapacity);
