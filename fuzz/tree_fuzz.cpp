@@ -99,7 +99,7 @@ class Run {
   void move(SBTreeIterator& it) {
     const std::uint32_t kind = fIn.below(8);
     const Words before = Inspector::path(it);
-    if (before.size() > 60) return it.invalidate();  // any words may lead in circles
+    if (before.size() > 60) return it.invalidate();  // moves to a child follow circles
     std::uint32_t reached = NONE;
     try {
       reached = kind < 3    ? it.nextDFNode(kind == 2)
@@ -141,6 +141,18 @@ class Run {
     }
   }
 
+  /// A walk over any words, which must not go on below the second place of a node in a circle.
+  void check_circles() {
+    SBTreeIterator it(&fTree);
+    for (int left = 50; left != 0 && it.nextDFNode(false) != NONE; --left) {
+      const Words path = Inspector::path(it);
+      for (std::size_t d = 1; d + 1 < path.size(); ++d) {
+        const auto place = path.begin() + static_cast<std::ptrdiff_t>(d);
+        require(place[0] < place[-1] || std::find(path.begin(), place, *place) == place, "a walk leaves a circle");
+      }
+    }
+  }
+
   void check() {
     require(fTree.getRootNodeIdx() == fPlain.root, "the root moves with the nodes");
     const std::vector<const unsigned char*> handles = SupaBlockInspector::handles(*Inspector::store(fTree));
@@ -153,6 +165,7 @@ class Run {
     }
     for (const auto& walker : fWalkers) require(Inspector::knowsRight(*walker, handles), "a frame's handle is right");
     if (!fAnyWords && !fHinted && size() != 0 && fPlain.root + 1 == size()) check_walk();
+    if (fAnyWords) check_circles();
   }
 
   fuzz::Input& fIn;

@@ -50,7 +50,55 @@ TEST(SBTreeTest, RepairsRunsAfterAnInsertAndADelete) {
   }
 }
 
+/// Records impacts, and writes into the root at a delete what `odd` holds.
+struct Tapped : SBTree {
+  using SBTree::SBTree;
+  bool call(const SupaBlockEvent& event) override {
+    const bool answer = SBTree::call(event);
+    if (event.fKind == SupaBlockEvent::SB_EVENT_IMPACT) {
+      log += std::to_string(event.fIndex) + ".." + std::to_string(event.fLastIndex) + " ";
+      put(*this, 0, {1, 1});  // refused
+    } else if (event.fKind == SupaBlockEvent::SB_EVENT_DELETE && !odd.empty()) {
+      event.fSource->replace(static_cast<std::int32_t>(getRootNodeIdx()) - 1, bytesOf(odd),
+                             static_cast<unsigned int>(odd.size() * 4));
+    }
+    return answer;
+  }
+  std::string log;
+  Words odd;
+};
+
+TEST(SBTreeTest, TellsOfEachRunThatGoes) {
+  Tapped tree{SupaBlockHints()};
+  buildTree(tree, "- - - - - - 5:5,1:2,5:5,5:5 2:5,5:5 0:7");
+  tree.deleteNode(5);
+  EXPECT_EQ(tree.log, "5..8 6..7 6..7 6..7 7..7 ");
+  EXPECT_EQ(treeText(tree), "- - - - - 1:2 2:4 0:6");
+}
+
+TEST(SBTreeTest, StepsOverWhatIsNoRun) {
+  for (const Words& odd : {Words{0, 0, 65536}, Words{65536}}) {
+    Tapped tree{SupaBlockHints()};
+    buildTree(tree, "- - - - 0:3 0:4");
+    tree.odd = odd;
+    tree.deleteNode(3);
+    SBTreeChildIterator it(tree, 3);
+    EXPECT_EQ(*it, odd.size() == 1 ? NONE : 0);
+    EXPECT_EQ(*++it, NONE);
+    tree.odd.clear();
+    tree.buildTreeNodeInsert(0, nullptr, 0);
+    EXPECT_EQ(treeText(tree), odd.size() == 1 ? "- - - - 65536 1:4" : "- - - - 1:1,65536 1:4");
+    tree.deleteNode(1);
+    EXPECT_EQ(treeText(tree), "- - - 65536 1:3");
+  }
+}
+
 TEST(SBTreeTest, RepairsUpToTheRootOnly) {
+  SBTree cut{SupaBlockHints()};
+  buildTree(cut, "- - 0:1 0:1 0:1");
+  cut.setRootNodeIdx(2);
+  cut.deleteNode(0);
+  EXPECT_EQ(treeText(cut) + indexText(cut.getRootNodeIdx()), "- 0:0 0:1 0:11");
   for (const std::uint32_t root : {1u, 2u, 9u, NONE - 1}) {  // the new node, what follows it, more than there is
     SBTree tree{SupaBlockHints()};
     buildTree(tree, "- - 0:1 0:1 0:1");
@@ -145,6 +193,9 @@ TEST(SBTreeIteratorTest, MovesAlongPaths) {
       {__LINE__, SPEC, nullptr, nullptr, "m1-2ipn", "yes 1 2 0"},
       {__LINE__, "- - 0:1 2:2", nullptr, nullptr, "m1-1indpn", "yes 1 0 3 1 0"},  // at its parent's new index
       {__LINE__, "- - - 0:0,1:1,2:2", nullptr, nullptr, "nn-0in", "0 1 0 1"},     // a run in front of its own went
+      {__LINE__, "- 0:0,0:0", nullptr, nullptr, "nn+1n", "0 0 ."},                // the number of passed runs stays
+      {__LINE__, "- - 0:0,1:1 1:1,0:0 2:3", nullptr, nullptr, "m1-2>", "yes ."},
+      {__LINE__, SPEC, nullptr, "11111111", "+0C", "no"},
       {__LINE__, SPEC, nullptr, nullptr, "m1r3>npn", "yes . 4 . ."},
       {__LINE__, SPEC, nullptr, nullptr, "m4-5-4-3-2-1-0ni", "yes . ."},
       {__LINE__, SPEC, nullptr, nullptr, "m0xi>nP", "yes 0 . . no"},  // nothing of the old store is read
@@ -153,8 +204,11 @@ TEST(SBTreeIteratorTest, MovesAlongPaths) {
       {__LINE__, "- 2147483647:4000000000,0:0", nullptr, nullptr, "nn<l<", "2147483647 . . 0 ."},
       {__LINE__, "- 4:2,0:0", nullptr, nullptr, "n>l<", "4 . . ."},
       {__LINE__, "- 4:2,0:0", nullptr, nullptr, "l<<", "0 2 ."},
-      {__LINE__, "- 0:1", nullptr, nullptr, "nnfnnm7", "0 1 . . 0 no"},
+      {__LINE__, "- 0:1", nullptr, nullptr, "nnfnm7", "0 1 0 1 no"},  // circles stop walks, not moves
       {__LINE__, "2:2 0:0 0:1", nullptr, nullptr, "nnnnnnn", "0 2 1 0 2 . 0"},
+      {__LINE__, "- - 2:1", nullptr, nullptr, "nnn", "2 . 2"},
+      {__LINE__, "- 2:0 1:1", nullptr, nullptr, "nnn", "1 2 ."},
+      {__LINE__, "- 2:1", nullptr, nullptr, "lnl", "1 . 1"},
       {__LINE__, "0:2 0:2 0:2", nullptr, nullptr, "m9m2m0m9", "no yes yes no"},
   };
   for (const auto& row : ROWS) {
@@ -181,10 +235,14 @@ TEST(SBTreeTest, StandsAloneWithoutNodesAndWithoutAStore) {
 
   SBTree tree{SupaBlockHints()};
   EXPECT_EQ(tree.getSBHints()->fAvgRuns, 2u);
-  EXPECT_EQ(SupaBlockInspector::targetBody(*Inspector::store(tree)), 32064u);
+  SupaBlock& store = *Inspector::store(tree);
+  EXPECT_EQ(SupaBlockInspector::targetBody(store), 32064u);
+  EXPECT_EQ(SupaBlockInspector::hints(store).fMaxBodySize, 0x40000000u);
+  EXPECT_EQ(SupaBlockInspector::directoryMask(store), 3u);
   Script script(tree);
   EXPECT_EQ(script.run("idn"), ". . .");
   buildTree(tree, SPEC);
+  EXPECT_TRUE(SupaBlockInspector::superBlocks(store)[0]->fDirectory && store.get(-1, &data));  // not SB_LINEAR
   for (const std::uint32_t nowhere : {NONE, 0x80000000u}) {
     tree.setRootNodeIdx(nowhere);
     EXPECT_EQ(script.run("nnid"), ". . . .");
@@ -192,6 +250,14 @@ TEST(SBTreeTest, StandsAloneWithoutNodesAndWithoutAStore) {
   tree.setRootNodeIdx(77);
   EXPECT_EQ(script.run("nnidPs"), "77 . . 0 no .");
   EXPECT_FALSE(tree.call(SupaBlockEvent()));
+  SupaBlockEvent handmade;
+  handmade.fKind = SupaBlockEvent::SB_EVENT_INSERT;
+  handmade.fIndex = -1;
+  EXPECT_TRUE(tree.call(handmade));
+  EXPECT_EQ(treeText(tree), SPEC);
+  tree.getSBHints()->fAvgRuns = 0;
+  tree.clearTreeNodes();
+  EXPECT_EQ(tree.getSBHints()->fAvgRuns, 0u);
 }
 
 TEST(SBTreeTest, GivesRunsAndChildren) {
@@ -252,9 +318,34 @@ TEST(SBTreeIteratorTest, ComparesAndTakesOverPlaces) {
   EXPECT_EQ(Inspector::iterators(other), 0u);
   tree.buildTreeNodeInsert(0, nullptr, 0);
   EXPECT_EQ(far.getNodeIndex(), 1u);
+  SBTreeIterator low(&tree), high(&tree);  // on one path, below two roots
+  tree.setRootNodeIdx(2);
+  low.moveToDFIndex(1);
+  tree.setRootNodeIdx(3);
+  high.moveToDFIndex(1);
+  EXPECT_TRUE(low == high);
   const std::unique_ptr<TreeIterator> made(far.vConstruct());
   EXPECT_EQ(made->getNodeDepth(), NONE);
   EXPECT_FALSE(*made == far);
+}
+
+TEST(SBTreeIteratorTest, AsksTheLeftOneOfTwoClasses) {
+  struct Foreign : TreeIterator {  // as a host would write it, if only its operators matter
+    bool operator==(TreeIterator& other) override;
+  };
+  static_assert(requires(SBTreeIterator & a, Foreign & x) { a == x, x == a, a != x, x != a, x == x; });
+  struct Own : SBTreeIterator {
+    using SBTreeIterator::SBTreeIterator;
+    bool operator==(TreeIterator&) override { return fAnswer; }
+    bool fAnswer = true;
+  };
+  SBTree tree{SupaBlockHints()}, other{SupaBlockHints()};
+  SBTreeIterator there(&other);
+  Own yes(&tree), no(&tree);
+  no.fAnswer = false;
+  TreeIterator &base = yes, &thereToo = there;
+  EXPECT_TRUE(yes == there && yes == thereToo && base == there && yes == no);
+  EXPECT_TRUE(there != yes && there != base && no != yes && no != base);
 }
 
 TEST(SBTreeIteratorTest, RaisesOnceItIsInvalid) {
@@ -273,7 +364,7 @@ TEST(SBTreeIteratorTest, RaisesOnceItIsInvalid) {
       [](auto& it) { it.isAParent(); },      [](auto& it) { it.isAClone(); },
       [](auto& it) { it.nextClone(); },      [](auto& it) { it.prevClone(); },
       [](auto& it) { it.testIter(true); },   [&](auto& it) { it = good; },
-      [&](auto& it) { it = base; },
+      [&](auto& it) { it = base; },          [&](auto& it) { (void)(static_cast<TreeIterator&>(it) == good); },
   };
   for (const auto& use : USES) {
     EXPECT_EQ(storeErrorOf([&] { use(bad); }), SupaBlockError::INVALID_ITERATOR);
@@ -283,7 +374,8 @@ TEST(SBTreeIteratorTest, RaisesOnceItIsInvalid) {
   EXPECT_TRUE(bad.isADescendant(3) && !bad.testIter(false) && !treeless.isADescendant(0));
   EXPECT_TRUE(std::unique_ptr<TreeIterator>(bad.vConstruct())->nextDFNode(false) == 5);
   good = bad;  // a place, not the state
-  EXPECT_TRUE(good.testIter(false) && good.getNodeIndex() == 1);
+  good = treeless;
+  EXPECT_TRUE(good.testIter(false) && good.getNodeIndex() == 1 && good.nextDFNode(false) == 4);
 }
 
 TEST(SBTreeTest, TakesItsIteratorsAlong) {

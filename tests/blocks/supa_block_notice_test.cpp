@@ -310,10 +310,10 @@ TEST(SupaBlockEventTest, KeepsDirectoriesAsPrefixes) {
   SupaBlock s(SupaBlock::SB_DIRECTORY, hintsOf(1000, 16, 4, 20, 1));
   fill(s, 9, 8);
   Recorder recorder;
-  const auto entries = [&] { return Inspector::superBlocks(s)[0]->fDirectory->size(); };
-  recorder.look = [&](const SupaBlockEvent&) { return std::to_string(entries()); };
+  const auto entries = [](const SupaBlock& one) { return Inspector::superBlocks(one)[0]->fDirectory->size(); };
+  recorder.look = [&](const SupaBlockEvent& event) { return std::to_string(entries(*event.fSource)); };
   unsigned char* last = s.getBlock(8);
-  EXPECT_EQ(entries(), 5u);
+  EXPECT_EQ(entries(s), 5u);
   unsigned char* first = s.getBlock(0);
   std::memset(first, 0, 4);
   EXPECT_EQ(s.getBlock(8), last);  // from its entry on, not from block 0
@@ -322,6 +322,14 @@ TEST(SupaBlockEventTest, KeepsDirectoriesAsPrefixes) {
   s.deleteBlock(6);
   replaceText(s, 1, std::string(150, 'x'));  // grows, which forgets all, and looks block 1 up again
   EXPECT_EQ(recorder.log, "impact 6..8 (5); delete 6 (3); impact 0..7 (3); impact 2..7 (1); ");
+
+  SupaBlock divides(SupaBlock::SB_DIRECTORY, hintsOf(200, 16, 10, 10, 1));
+  fill(divides, 13, 8);
+  divides.getBlock(12);
+  recorder.log.clear();
+  divides.registerCallback(&recorder, 1);
+  replaceText(divides, 1, std::string(56, 'x'));  // the last two move, and all is forgotten
+  EXPECT_EQ(recorder.log, "impact 11..12 (7); impact 0..10 (0); impact 2..10 (1); ");
 }
 
 TEST(SupaBlockEventTest, CopiesItsOwnBytesAsTheyWereBeforeAnInsertEvent) {

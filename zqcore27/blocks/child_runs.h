@@ -11,16 +11,17 @@ struct ChildRun {
   std::uint32_t last;
 };
 
-/// The runs in the block of a node. Internal to the tree.
+/// The runs in the block of a node. Bytes behind the last whole run, which only a callback of the host can have
+/// written, count as no run. Internal to the tree.
 class ChildRuns {
  public:
   /// `block` is a handle of the store, a size word with the data behind it; null has no runs.
   explicit ChildRuns(unsigned char* block) : fBlock(block) {
-    if (block != nullptr) std::memcpy(&fCount, block, sizeof fCount);
-    fCount /= sizeof(ChildRun);
+    if (block != nullptr) std::memcpy(&fBytes, block, sizeof fBytes);
   }
 
-  std::uint32_t count() const { return fCount; }
+  std::uint32_t bytes() const { return fBytes; }
+  std::uint32_t count() const { return fBytes / sizeof(ChildRun); }
   /// Requires: i < count().
   ChildRun operator[](std::uint32_t i) const {
     ChildRun run;
@@ -28,12 +29,14 @@ class ChildRuns {
     return run;
   }
   void set(std::uint32_t i, ChildRun run) { std::memcpy(at(i), &run, sizeof run); }
+  /// Moves what lies behind the last run down to behind the first `kept` ones.
+  void close_gap(std::uint32_t kept) { std::memmove(at(kept), at(count()), fBytes % sizeof(ChildRun)); }
 
  private:
   unsigned char* at(std::uint32_t i) const { return fBlock + 4 + i * sizeof(ChildRun); }
 
   unsigned char* fBlock;
-  std::uint32_t fCount = 0;
+  std::uint32_t fBytes = 0;
 };
 
 }  // namespace zqcore27

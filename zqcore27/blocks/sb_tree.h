@@ -54,7 +54,8 @@ class ZQCORE27_EXPORT SBTree : public CallableClass<SupaBlockEvent> {
 
   /// Never null. A change takes effect at the next clearTreeNodes.
   SupaBlockHints* getSBHints() { return &fHints; }
-  /// 0 at first. IDX_NONE once the node at 0 was the root and has been deleted, until the next insert.
+  /// 0 at first. IDX_NONE once the node at 0 was the root and has been deleted, until it is set: the next insert
+  /// extends the empty tree and leaves it, only one below the end would make it 0.
   std::uint32_t getRootNodeIdx() const { return fRoot; }
   /// Nothing is checked and nothing else happens: the root may lie behind the last node.
   void setRootNodeIdx(std::uint32_t idx) { fRoot = idx; }
@@ -64,8 +65,9 @@ class ZQCORE27_EXPORT SBTree : public CallableClass<SupaBlockEvent> {
   void buildTreeNode(std::uint32_t idx, const unsigned char* runs, unsigned int count);
   /// Puts a new node at `idx`; the node that stood there and all behind it move up by one. `runs` carry final indexes.
   /// A run with first < idx <= last grows by one, so the new node is a child there; one that begins at `idx` moves up
-  /// as a whole and one that ends in front of it stays, so the new node has no parent yet. At or behind the end it acts
-  /// as buildTreeNode, and the root stays.
+  /// as a whole and one that ends in front of it stays, so the new node has no parent yet. Where a parent itself stands
+  /// inside a longer run, a node put in at the parent's own index becomes a child of the grandparent. At or behind the
+  /// end it acts as buildTreeNode, and the root stays.
   void buildTreeNodeInsert(std::uint32_t idx, const unsigned char* runs, unsigned int count);
   /// Removes a node; all behind it move down by one. Runs that span it shrink by one, and a run that held it alone
   /// goes, as does any other run whose first exceeds its last. Its children stay, perhaps without a parent. Nothing

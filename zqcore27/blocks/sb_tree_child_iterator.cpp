@@ -5,16 +5,11 @@
 
 inline namespace zqcore27 {
 
-SBTreeChildData::SBTreeChildData() = default;
-SBTreeChildData::SBTreeChildData(const SBTreeChildData&) = default;
-SBTreeChildData& SBTreeChildData::operator=(const SBTreeChildData&) = default;
-SBTreeChildData::~SBTreeChildData() = default;
-
 SBTreeChildIterator::SBTreeChildIterator(SBTree& tree, std::uint32_t idx) : fCurrent(SBTree::IDX_NONE), fTree(&tree) {
   SBTreeChildData data;
-  if (!fTree->treeData(idx, &data) || data.size() == 0) return;
+  if (!fTree->treeData(idx, &data) || data.size() < 2) return;
   fRun = data.firstIndex();
-  fRemaining = data.size();
+  fRemaining = data.size() / 2 * 2;
   fCurrent = *fRun;
 }
 

@@ -46,6 +46,7 @@ TreeIterator& SBTreeIterator::operator=(TreeIterator& other) {
 
 SBTreeIterator& SBTreeIterator::operator=(const SBTreeIterator& other) {
   testIter(true);
+  if (other.fTree == nullptr) return *this;
   fFrames.reserve(other.fFrames.size());  // what may fail comes first
   attach_to(other.fTree);
   fTop = other.fTop;

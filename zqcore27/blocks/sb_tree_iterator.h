@@ -24,13 +24,17 @@ class SupaBlockHeader;
 ///
 /// The depth of a node is the number of nodes above it on the path: 0 for the root, 1 for the top level that a user
 /// sees. An operation that finds no node answers SBTree::IDX_NONE and moves nothing, walks excepted.
-/// Where runs break the order of nodes: what they name is visited, whether it exists or not, up to index 0x7FFFFFFF; a
-/// node that is its own descendant counts as having no children at its second place, so that every walk ends.
+/// Where runs break the order of nodes: what they name is visited, whether it exists or not, up to index 0x7FFFFFFF.
+/// nextDFNode, and what walks by it, doesn't go below a node that stands further up on the path already, where the last
+/// step down to it didn't lower the index. So no circle is walked for ever, though a walk through nodes that all name
+/// each other may take longer than anyone waits. The moves to a first or last child follow a circle as often as asked.
 ///
 /// Attached to its tree from construction to destruction. A tree deletes the iterators that it still has when it dies:
 /// one that may outlive its tree must come from `new`, and one on the stack must go first.
 /// Errors: SupaBlockError::INVALID_ITERATOR after invalidate, from every operation but isADescendant, vConstruct,
-/// testIter(false), invalidate and the destructor. Threads: invalidate and testIter any; all else as the tree.
+/// testIter(false), invalidate and the destructor; std::bad_alloc from making one, from an assignment and from a step
+/// down when the heap is exhausted, with the iterator where it was. Threads: invalidate and testIter any; all else as
+/// the tree.
 class ZQCORE27_EXPORT SBTreeIterator : public TreeIterator {
  public:
   /// Stands nowhere; the first nextDFNode puts it on the root. With a null `tree` it is invalid from the start.
@@ -38,7 +42,7 @@ class ZQCORE27_EXPORT SBTreeIterator : public TreeIterator {
   SBTreeIterator(const SBTreeIterator&) = delete;
   ~SBTreeIterator() override;
   /// Takes over tree and place of `other`; this iterator stays as valid as it is. Nothing happens if `other` isn't an
-  /// SBTreeIterator.
+  /// SBTreeIterator or has no tree.
   TreeIterator& operator=(TreeIterator& other);
   SBTreeIterator& operator=(const SBTreeIterator& other);
 
@@ -57,7 +61,7 @@ class ZQCORE27_EXPORT SBTreeIterator : public TreeIterator {
   TreeIterator* vConstruct() override;
   /// True for the same path on the same tree, the root's index left out. False if `other` isn't an SBTreeIterator.
   bool operator==(TreeIterator& other) override;
-  bool operator==(SBTreeIterator& other) { return operator==(static_cast<TreeIterator&>(other)); }
+  friend bool operator==(TreeIterator& left, SBTreeIterator& right) { return left.operator==(right); }
   /// Down to the first or last child; terminators are entered as well.
   std::uint32_t firstChildNode() override;
   std::uint32_t lastChildNode() override;

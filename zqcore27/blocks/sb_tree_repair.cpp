@@ -133,31 +133,40 @@ void SBTree::repair_nodes(std::int64_t from, const Change& change) {
     unsigned char* end = span.last > last ? fStore->getBlock(last + 1) : span.end;
     while (h != end) {
       ChildRuns runs(h);
-      if (runs.count() == 0) {
+      if (runs.bytes() == 0) {
         unsigned char* block = behind_empty_blocks(h + 4, end);
         i += static_cast<std::int32_t>((block - h) / 4);
         h = block;
       } else {
         const std::uint32_t kept = repair_runs(runs, change);
-        if (kept != runs.count()) end -= shorten(i, runs.count() - kept);
+        unsigned char* next = h + 4 + runs.bytes();
+        if (kept != runs.count()) {
+          runs.close_gap(kept);
+          const std::uint32_t gone = shorten(i, runs.count() - kept);
+          next -= gone;
+          end -= gone;
+        }
         ++i;
-        h += 4 + std::size_t{kept} * sizeof(ChildRun);
+        h = next;
       }
     }
     from = i;
   }
 }
 
-/// Takes `gone` runs off the end of a node, in place: a repair mustn't fail, so it asks for no memory. Returns the
-/// bytes by which all behind the node has moved down.
+/// Takes `gone` runs off the end of a node, in place: a repair mustn't fail, so it asks for no memory. There is one
+/// impact notice for each run. Returns the bytes by which all behind the node has moved down.
 std::uint32_t SBTree::shorten(std::int32_t idx, std::uint32_t gone) {
   const auto bytes = static_cast<std::uint32_t>(gone * sizeof(ChildRun));
-  fStore->resize_block_relative(fStore->get_SB_for_idx(idx), idx, -std::int64_t{bytes});
+  SupaBlockHeader* sb = fStore->get_SB_for_idx(idx);
+  fStore->resize_block_relative(sb, idx, -std::int64_t{bytes});
+  while (--gone != 0) fStore->impact_all(*sb, SupaBlock::next_block_from_hdr(fStore->get_block_hdr(sb, idx)), idx + 1);
   return bytes;
 }
 
-/// The new node itself has its final runs to come.
+/// The new node itself has its final runs to come. An event that a host made may name no node at all.
 void SBTree::fixup_tree_after_insert(std::int32_t idx) {
+  if (idx < 0) return;
   repair_nodes(std::int64_t{idx} + 1, AfterInsert(static_cast<std::uint32_t>(idx)));
 }
 

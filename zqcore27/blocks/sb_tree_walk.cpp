@@ -23,7 +23,8 @@ std::uint32_t SBTreeIterator::nextDFNode(bool stopOnAscent) {
     return fCurrent;
   }
   if (!fTree->is_terminator(top().fIndex)) {
-    if (const std::uint32_t child = go_down(first_child_idx()); child != IDX_NONE) return child;
+    const std::uint32_t child = first_child_idx();
+    if (SBTree::names_a_node(child) && !closes_a_circle()) return go_down(child);
   }
   while (true) {
     if (const std::uint32_t sibling = go_across(next_sibling_idx()); sibling != IDX_NONE) return sibling;
@@ -78,20 +79,23 @@ std::uint32_t SBTreeIterator::prevClone() {
 /// True if the current node stands further up on the path already and its parent lists it. A tree in order has no such
 /// path, since indexes fall with every step down; so this is looked for only where they don't, and every circle has
 /// such a step. After the delete of a node its parent may have the same index, and that is no circle: it isn't listed.
+/// A reversed run lists its two ends, by which it is entered.
 bool SBTreeIterator::closes_a_circle() {
   if (fTop < 1 || frame(fTop).fIndex < frame(fTop - 1).fIndex) return false;
   const auto path = fFrames.begin();
   if (std::find(path, path + fTop, frame(fTop)) == path + fTop) return false;
   const ChildRuns runs(parent_node());
+  const std::uint32_t child = frame(fTop).fIndex;
   for (std::uint32_t r = 0; r < runs.count(); ++r) {
-    if (runs[r].first <= frame(fTop).fIndex && frame(fTop).fIndex <= runs[r].last) return true;
+    const ChildRun run = runs[r];
+    if (run.first == child || run.last == child || (run.first < child && child < run.last)) return true;
   }
   return false;
 }
 
 /// Moves to `child` of the current node, and returns it; IDX_NONE, and nothing moves, if that is no node.
 std::uint32_t SBTreeIterator::go_down(std::uint32_t child) {
-  if (!SBTree::names_a_node(child) || closes_a_circle()) return IDX_NONE;
+  if (!SBTree::names_a_node(child)) return IDX_NONE;
   top().fRun = 0;
   push_idx(child);
   return child;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 
 #include "zqcore27/core/memory.h"
@@ -32,5 +33,12 @@ class ZQCORE27_EXPORT TreeIterator : public FromLibraryHeap {
   virtual std::uint32_t nextClone() = 0;
   virtual ~TreeIterator();
 };
+
+/// Iterators of any two classes: the left one is asked. Where that is a plain TreeIterator& and the class of the right
+/// one overrides operator==, SBTreeIterator apart, the language asks the right one; left.operator==(right) doesn't.
+/// Threads: as the tree.
+template <class Left, class Right>
+requires std::convertible_to<Left*, TreeIterator*> && std::convertible_to<Right*, TreeIterator*>
+bool operator==(Left& left, Right& right) { return static_cast<TreeIterator&>(left).operator==(right); }
 
 }  // namespace zqcore27
