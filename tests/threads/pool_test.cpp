@@ -14,6 +14,17 @@
 #include "zqcore27/threads/thread_error.h"
 #include "zqcore27/threads/worker_thread.h"
 
+inline namespace zqcore27 {
+
+struct ThreadPoolTestAccess {
+  static void addToThreads(ThreadPool& pool, int count) {
+    const OrlanSynchronized hold(pool.fThreadMutex);
+    pool.fNumThreads = static_cast<std::uint16_t>(pool.fNumThreads + count);
+  }
+};
+
+}  // namespace zqcore27
+
 namespace {
 
 std::uint32_t threads() { return JTCInitialize::getTermGroup()->activeCount(); }
@@ -25,28 +36,45 @@ void waitForThreads(std::uint32_t count) {
 std::uint16_t ownNumber() { return static_cast<WorkerThread*>(OrlanThread::self())->thisThread(); }
 
 TEST(ThreadPoolTest, ServesIdleWorkersWithoutGrowing) {
-  waitForThreads(0);  // extra workers of another test may be about to end
-  std::vector<BusyStory> stories(20);
+  waitForThreads(0);                 // extra workers of another test may be about to end
+  std::vector<BusyStory> rounds[5];  // in the later ones the workers sleep, and wake one another
+  Story queued[10], waiting;
   std::set<std::uint16_t> numbers;
   OrlanMutex mutex;
   {
     ThreadPool pool;
     EXPECT_EQ(pool.getNumDefThreads(), 20);
     EXPECT_EQ(pool.getMaxNumThreads(), 50);
-    for (BusyStory& story : stories) {
-      story.body = [&, busy = story.body](Flag& flag) {
-        {
-          const OrlanSynchronized hold(mutex);
-          numbers.insert(ownNumber());
-        }
-        busy(flag);
-      };
-      EXPECT_NE(story.submitTo(pool, nullptr), 0u);
+    for (std::vector<BusyStory>& stories : rounds) {
+      while (pool.getNumActThreads() != 0) std::this_thread::yield();
+      stories = std::vector<BusyStory>(20);
+      for (BusyStory& story : stories) {
+        story.body = [&, busy = story.body](Flag& flag) {
+          {
+            const OrlanSynchronized hold(mutex);
+            numbers.insert(ownNumber());
+          }
+          busy(flag);
+        };
+        EXPECT_NE(story.submitTo(pool, nullptr), 0u);
+      }
+      for (BusyStory& story : stories) story.begun.pass();
+      EXPECT_EQ(pool.getNumActThreads(), 20);
+      EXPECT_EQ(threads(), 20u);
+      if (&stories != &rounds[4]) {
+        for (BusyStory& story : stories) story.go.open();
+      }
     }
-    for (BusyStory& story : stories) story.begun.pass();
-    EXPECT_EQ(pool.getNumActThreads(), 20);
-    EXPECT_EQ(threads(), 20u);
-    for (BusyStory& story : stories) story.go.open();
+    pool.setMaxNumThreads(20);
+    for (Story& story : queued) story.submitTo(pool, nullptr);
+    std::atomic<bool> in{false};
+    HostThread client([&] {
+      waiting.submitTo(pool, nullptr);
+      in = true;
+    });
+    client.waitUntilAsleepOr(in);
+    EXPECT_FALSE(in);
+    for (BusyStory& story : rounds[4]) story.go.open();
   }
   EXPECT_EQ(numbers.size(), 20u);
   EXPECT_EQ(*numbers.rbegin(), 19);
@@ -140,6 +168,50 @@ TEST(ThreadPoolTest, CancelsByRequestAndByClient) {
     EXPECT_EQ(story->ran, 1);
     EXPECT_EQ(story->cleaned, 0);
   }
+}
+
+/// Holds a worker's handle from a moment when it is idle, so that it can take a request but not begin it.
+class HeldIdle {
+ public:
+  explicit HeldIdle(WorkerThread& worker) ZQCORE27_NO_THREAD_SAFETY_ANALYSIS : fWorker(worker) {
+    for (worker.lockHandle(); !worker.doingRequest(0); worker.lockHandle()) {
+      worker.unlockHandle();
+      std::this_thread::yield();
+    }
+  }
+  ~HeldIdle() ZQCORE27_NO_THREAD_SAFETY_ANALYSIS { fWorker.unlockHandle(); }
+  HeldIdle(const HeldIdle&) = delete;
+  HeldIdle& operator=(const HeldIdle&) = delete;
+
+ private:
+  WorkerThread& fWorker;
+};
+
+TEST(ThreadPoolTest, CountsARequestOnItsWayToTheWorker) {
+  BusyStory story;
+  Story first;
+  ThreadPool pool(1, 10);
+  ThreadRequester client(&pool);
+  WorkerThread* worker = nullptr;
+  first.body = [&](Flag&) { worker = static_cast<WorkerThread*>(OrlanThread::self()); };
+  first.submitTo(pool, &client);
+  first.waitUntilRun();
+  std::atomic<bool> counted{false};
+  std::unique_ptr<HostThread> submitter, counter;
+  {
+    const HeldIdle held(*worker);
+    submitter = std::make_unique<HostThread>([&] { story.submitTo(pool, &client); });
+    while (pool.getNumActThreads() == 0) std::this_thread::yield();  // it has left the queue
+    counter = std::make_unique<HostThread>([&] {
+      EXPECT_EQ(client.numQueuedRequests(), 0);
+      counted = true;
+    });
+    counter->waitUntilAsleepOr(counted);
+    EXPECT_FALSE(counted);  // which tells only when the request is on one side or the other
+  }
+  counter->join();
+  EXPECT_EQ(client.numRunningRequests(), 1);
+  story.go.open();
 }
 
 TEST(ThreadPoolTest, OutlivesWhatJobsAndCleanupsThrow) {
@@ -283,12 +355,19 @@ TEST(ThreadPoolTest, CopesWithASystemThatRefusesThreads) {
     }
   };
   BusyStory busy;
-  Story waiting[2], queued, refused;
+  Story waiting[3], queued, refused;
   ThreadPool pool(1, 1);
   busy.begin(pool, nullptr);
   waiting[0].submitTo(pool, nullptr);
   auto without = std::make_unique<ThreadPool>(0, 1);
-  queued.submitTo(*without, nullptr);
+  auto owner = std::make_unique<ThreadRequester>(without.get());
+  queued.body = [&, &pool = *without](Flag& flag) {
+    EXPECT_EQ(pool.getNumActThreads(), 1);
+    EXPECT_EQ(owner->numRunningRequests(), 1);
+    owner.reset();
+    EXPECT_TRUE(flag.value());
+  };
+  queued.submitTo(*without, owner.get());
   PoolGate refusing;
   HostThread client([&] {
     refusing.pass();
@@ -305,7 +384,15 @@ TEST(ThreadPoolTest, CopesWithASystemThatRefusesThreads) {
     client.waitUntilAsleep(sleeps);
     EXPECT_EQ(threads(), 1u);
   }
-  busy.go.open();
+  {
+    ThreadPoolTestAccess::addToThreads(pool, 0xFFFE);  // as though so many were on their way out
+    HostThread another([&] { EXPECT_NE(waiting[2].submitTo(pool, nullptr), 0u); });
+    another.waitUntilAsleep();
+    EXPECT_EQ(threads(), 1u);
+    EXPECT_EQ(waiting[0].ran, 0);
+    ThreadPoolTestAccess::addToThreads(pool, -0xFFFE);
+    busy.go.open();
+  }
   client.join();
   waiting[1].waitUntilRun();
   EXPECT_EQ(refused.ran + refused.cleaned, 0);
@@ -367,6 +454,31 @@ TEST(ThreadPoolTest, CompletesTheFutureOfACancelledCallable) {
   owner.reset();
   EXPECT_THROW(refused.get(), RequestCancelled);
   EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST(ThreadPoolTest, OutlivesACancelInTheHostsCode) {
+  PoolGate reached, go;
+  std::atomic<bool> gone{false};
+  auto owner = std::make_unique<ThreadPool>(0, 1);  // nobody but the cancel to wait for
+  ThreadPool& pool = *owner;
+  auto client = std::make_unique<ThreadRequester>(&pool);
+  std::shared_ptr<void> held(nullptr, [&](void*) {
+    reached.open();
+    go.pass();
+  });
+  std::uint32_t id = 0;
+  std::future<void> cancelled = client->submit([held = std::move(held)] {}, &id);
+  HostThread canceller([&] { pool.ClearThisRequest(id); });
+  reached.pass();
+  client.reset();
+  HostThread destructor([&] {
+    owner.reset();
+    gone = true;
+  });
+  destructor.waitUntilAsleepOr(gone);
+  EXPECT_FALSE(gone);
+  EXPECT_THROW(cancelled.get(), RequestCancelled);
+  go.open();
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "zqcore27/threads/pool.h"
 #include "zqcore27/threads/thread_error.h"
@@ -22,7 +23,8 @@ struct RequestQueueTestAccess {
 namespace {
 
 /// Plays a script on a queue and notes what it tells. A and B put a request of that client; ~ and a letter remove the
-/// client's; a digit removes that id; - gets; ^ lets the next id be 0xFFFFFFFF, and _ the next be 1.
+/// client's; a digit removes that id; what stands in brackets is played by the next cleanup; - gets; ^ lets the next id
+/// be 0xFFFFFFFF, and _ the next be 1.
 class Player {
  public:
   explicit Player(std::uint16_t capacity) : fQueue(capacity) {}
@@ -51,7 +53,10 @@ class Player {
  private:
   static void* noJob(FlaggedArg*) { return nullptr; }
   static void* clean(void* player) {
-    static_cast<Player*>(player)->note("c");
+    auto& self = *static_cast<Player*>(player);
+    self.note("c");
+    const std::string nested = std::exchange(self.fNested, "");
+    for (const char* at = nested.c_str(); *at != 0; ++at) self.step(at);
     throw 1;  // nobody hears of it
   }
   void note(const std::string& what) { fNotes += (fNotes.empty() ? "" : " ") + what; }
@@ -63,6 +68,9 @@ class Player {
         return put(*script == 'A' ? &fA : &fB);
       case '~':
         return fQueue.RemoveRequestsFromQueue(*++script == 'A' ? &fA : &fB);
+      case '[':
+        while (*++script != ']') fNested += *script;
+        return;
       case '-':
         return get();
       case '^':
@@ -87,7 +95,7 @@ class Player {
   ThreadPool fPool{0, 1};
   ThreadRequester fA{&fPool}, fB{fA};
   RequestQueue fQueue;
-  std::string fNotes;
+  std::string fNotes, fNested;
 };
 
 TEST(RequestQueueTest, KeepsOrPermutesTheOrderAsItSays) {
@@ -96,13 +104,16 @@ TEST(RequestQueueTest, KeepsOrPermutesTheOrderAsItSays) {
     std::uint16_t capacity;
     const char *script, *notes;  // behind the bar, what is left
   } ROWS[] = {
-      {__LINE__, 9, "ABAB~A", "c c | B4 B2"},  // the newest fills each hole
-      {__LINE__, 4, "ABAB~A", "c c | B4 B2"},  // in a full ring, too
-      {__LINE__, 4, "ABAA~A", "c c c | B2"},   // what came into the hole is looked at again
-      {__LINE__, 4, "AAAA~A", "c c c c |"},    //
-      {__LINE__, 4, "ABAB2", "| A1 A3 B4"},    // by id, the order stays and no cleanup runs
-      {__LINE__, 4, "ABAB1", "| B2 A3 B4"},    //
-      {__LINE__, 4, "ABAB4", "| A1 B2 A3"},    //
+      {__LINE__, 9, "ABAB~A", "c c | B4 B2"},    // the newest fills each hole
+      {__LINE__, 4, "ABAB~A", "c c | B4 B2"},    // in a full ring, too
+      {__LINE__, 4, "ABAA~A", "c c c | B2"},     // what came into the hole is looked at again
+      {__LINE__, 4, "AAAA~A", "c c c c |"},      //
+      {__LINE__, 4, "BAAA[~B]~A", "c c c c |"},  // the cleanup of the first moves the last behind the walk
+      {__LINE__, 4, "BAAA[1]~A", "c c c |"},     //
+      {__LINE__, 4, "ABAA[~A1]~A", "c c c absent | B2"},
+      {__LINE__, 4, "ABAB2", "| A1 A3 B4"},  // by id, the order stays and no cleanup runs
+      {__LINE__, 4, "ABAB1", "| B2 A3 B4"},  //
+      {__LINE__, 4, "ABAB4", "| A1 B2 A3"},  //
       {__LINE__, 4, "AB90-1", "absent absent A1 absent | B2"},
       {__LINE__, 4, "A--A", "A1 none | A2"},
       {__LINE__, 3, "AA--BAB~B", "A1 A2 c c | A4"},  // behind the wrap, full

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cassert>
 #include <cstddef>
+#include <limits>
 #include <new>
+#include <system_error>
 #include <thread>
 
 #include "zqcore27/threads/request_queue.h"
@@ -70,7 +72,8 @@ void ThreadPool::create_pool(std::uint16_t numThreads, std::uint16_t queueSize) 
   fRoomReady = std::make_unique<OrlanCondition>(&fPoolMutex);
   fThreadsDown = std::make_unique<OrlanCondition>(&fThreadMutex);
   try {
-    fWorkers.resize(numThreads);
+    if (numThreads == 0) fWorkers.push_back(JTCHandleT<WorkerThread>(new WorkerThread(this)));  // for run_here
+    fWorkers.resize(fWorkers.size() + numThreads);
     for (; fNumThreads < numThreads; ++fNumThreads, ++fTakers) {
       fWorkers[fNumThreads] = JTCHandleT<WorkerThread>(new WorkerThread(this, fNumThreads, false));
     }
@@ -178,6 +181,10 @@ void ThreadPool::grow() {
 // The new thread waits for the pool's mutex before it can leave again: its handle exists by then.
 void ThreadPool::add_extra_worker() {
   const OrlanSynchronized hold(fThreadMutex);
+  // Those on their way out count here, not against the ceiling.
+  if (fNumThreads == std::numeric_limits<std::uint16_t>::max()) {
+    throw JTCSystemCallException(static_cast<int>(std::errc::resource_unavailable_try_again));
+  }
   if (fWorkers.size() == fWorkers.capacity()) fWorkers.reserve(2 * fWorkers.size() + 1);
   fWorkers.push_back(JTCHandleT<WorkerThread>(new WorkerThread(this, fNumThreads, true)));
   ++fNumThreads;
@@ -204,13 +211,13 @@ void ThreadPool::ClearThisRequest(std::uint32_t id) {
   stop_running([&](WorkerThread& worker) ZQCORE27_NO_THREAD_SAFETY_ANALYSIS { return worker.doingRequest(id); });
 }
 
+// A destructor that waits for the queue to be empty hears of it from the caller, who is its guest.
 template <class Remove>
 void ThreadPool::remove_from_queue(Remove remove) {
   const OrlanSynchronized hold(fPoolMutex);
   const std::uint16_t before = fQueue->count();
   remove();
   for (int freed = before - fQueue->count(); freed > 0 && claim_waiting_client(); --freed) fRoomReady->signal();
-  if (fClosing && fQueue->Empty()) fQueueEmpty->signal();
 }
 
 template <class Matches>
@@ -230,7 +237,11 @@ void ThreadPool::stop_running(Matches matches) {
   stopped.stopAll();
 }
 
-std::uint16_t ThreadPool::num_queued(const ThreadRequester* requester) { return fQueue->numRequests(requester); }
+// Under the pool's mutex, in one hold of which a worker takes a request and says so.
+std::uint16_t ThreadPool::num_queued(const ThreadRequester* requester) {
+  const OrlanSynchronized hold(fPoolMutex);
+  return fQueue->numRequests(requester);
+}
 
 std::uint16_t ThreadPool::num_running(const ThreadRequester* requester) ZQCORE27_NO_THREAD_SAFETY_ANALYSIS {
   const OrlanSynchronized hold(fThreadMutex);
@@ -334,13 +345,18 @@ void ThreadPool::drain() {
   }
 }
 
-// Where no thread is to be had, the destructor's own does.
+// Where no thread is to be had, the destructor's own does, as the worker that was made without one.
 void ThreadPool::run_here() {
+  JTCHandleT<WorkerThread> worker;
+  {
+    const OrlanSynchronized hold(fThreadMutex);
+    worker = fWorkers.front();
+  }
   const Request request = fQueue->GetRequest();
+  ++fNumActThreads;
+  worker->begin(request);
   fPoolMutex.unlock();
-  OrlanMutex mutex;
-  Flag never(&mutex, false);
-  request.run(&never);
+  worker->run_request(request);
   fPoolMutex.lock();
 }
 

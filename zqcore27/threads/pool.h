@@ -33,10 +33,10 @@ class WorkerThread;
 ///
 /// Cancelling by client doesn't keep the order of the requests that are left, cancelling by id does. A job that throws
 /// has its cleanup run, with no lock held, and that is all that its client hears of it. The record of a job that ran,
-/// threw or was refused is never freed by the pool.
+/// threw or was refused is never freed by the pool. A job must not end its thread: the process would end.
 /// A pool without standing workers lets requests wait until the queue is full, and runs nothing while its ceiling is 0.
 /// Threads: every operation but the destructor from any, jobs included; a cleanup at a cancel runs with the pool's
-/// locks held and must not submit, and not wait for anybody who uses the pool.
+/// locks held and must not submit, and not wait for anybody who uses the pool. It may cancel.
 class ZQCORE27_EXPORT ThreadPool {
  public:
   /// 20 standing workers and a queue for 10 requests.
@@ -47,9 +47,10 @@ class ZQCORE27_EXPORT ThreadPool {
   ThreadPool(const ThreadPool&) = delete;
   ThreadPool& operator=(const ThreadPool&) = delete;
   /// Accepts nothing more, runs everything that is queued, and waits for the running jobs, whose stop flags it leaves
-  /// alone. A client that waits for room gets 0. Other threads may be in a submit that waits or in a cancel, and jobs
-  /// in any operation; apart from that nobody may use the pool. Not from a job of the pool, which would wait for
-  /// itself.
+  /// alone. A client that waits for room gets 0. What a pool without standing workers still has queued runs on the
+  /// destructor's own thread where the system has no other to give. Other threads may be in a submit that waits or in a
+  /// cancel, and jobs in any operation; apart from that nobody may use the pool. Not from a job of the pool, which
+  /// would wait for itself.
   ~ThreadPool();
 
   /// Submits `func`, to be called with `arg` on a worker; neither may be null. Returns the request's id, or 0 when the
@@ -72,12 +73,15 @@ class ZQCORE27_EXPORT ThreadPool {
   std::uint16_t getNumDefThreads() const { return fNumDefThreads; }
   /// Workers that run a request. It falls a little after the job's end.
   std::uint16_t getNumActThreads() const { return fNumActThreads.load(std::memory_order_relaxed); }
-  /// The ceiling for growth, unchecked. One below the present number of workers stops none.
+  /// The ceiling for growth, unchecked: of the workers that will look at the queue again; extra ones that are about to
+  /// leave don't count. One below the present number of workers stops none. A higher one wakes no client that waits
+  /// already: the pool grows with the next client that finds the queue full. There are 65535 threads at most.
   void setMaxNumThreads(std::uint16_t maximum) { fMaxNumThreads.store(maximum, std::memory_order_relaxed); }
 
  private:
   friend class ThreadRequester;
   friend class WorkerThread;
+  friend struct ThreadPoolTestAccess;  // sets fNumThreads
 
   class Guest;
   struct Wakes;

@@ -97,7 +97,9 @@ void RequestQueue::remove_requests(ThreadRequester* requester, SubmittedJobList&
     const Request removed = entry;
     entry = fEntries[slot(count() - 1u)];  // to be looked at in its turn
     free_newest();
+    const std::uint16_t left = count();
     removed.clean_up();
+    if (count() != left) place = 0;  // it cancelled others, and the holes took requests that weren't looked at yet
     discard(removed, dropped);
   }
 }

@@ -45,8 +45,9 @@ class ZQCORE27_EXPORT RequestQueue {
   /// while one of them waits; the queue is unchanged.
   bool RemoveRequestFromQueue(std::uint32_t id);
   /// Takes all requests of `requester` out; for each, calls its cleanup and frees its record. In the place of each
-  /// stands afterwards the newest request that was left: the order is not kept. The cleanups run with the queue's mutex
-  /// held and must not wait for anybody who needs it.
+  /// stands afterwards the newest request that was left: the order is not kept. A request has left the queue, and its
+  /// slot is free, when its cleanup runs. The cleanups run with the queue's mutex held; they may remove requests, but
+  /// must not put any, and not wait for anybody who needs the mutex.
   void RemoveRequestsFromQueue(ThreadRequester* requester);
   /// How many queued requests `requester` has.
   std::uint16_t numRequests(const ThreadRequester* requester) const;

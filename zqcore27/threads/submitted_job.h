@@ -24,9 +24,10 @@ class ZQCORE27_EXPORT RequestCancelled : public std::exception {
   const char* what() const noexcept override;
 };
 
-/// A callable on its way through a pool, as the pool sees it. Of `run` and `abandon` exactly one is called, once, with
-/// no lock of the pool held; `stop`, at most once, perhaps while `run` runs or after it. Its memory is the library's;
-/// what it holds beside is made and freed by the host's code alone.
+/// A callable on its way through a pool, as the pool sees it. Of `run` and `abandon` exactly one is called, once,
+/// `stop` at most once, perhaps while `run` runs or after it. No lock of the pool is held meanwhile, nor when the last
+/// handle goes, unless the cancel was made by a cleanup at a cancel: that one runs under the pool's locks. Its memory
+/// is the library's; what it holds beside is made and freed by the host's code alone.
 class ZQCORE27_EXPORT SubmittedJob : public JTCRefCount {
  public:
   SubmittedJob();

@@ -20,6 +20,7 @@ class ThreadPool;
 /// Threads: any, jobs included.
 class ZQCORE27_EXPORT ThreadRequester : public FromLibraryHeap {
  public:
+  /// `pool` must not be null.
   explicit ThreadRequester(ThreadPool* pool) : fPool(pool) {}
   ThreadRequester(const ThreadRequester& other);
   /// From now on a client of the other one's pool. What was submitted before stays with the old pool and can be
@@ -55,7 +56,8 @@ class ZQCORE27_EXPORT ThreadRequester : public FromLibraryHeap {
   // A request that a worker takes between two calls of these can be counted by both, never by neither, if the queued
   // ones are asked for first.
 
-  /// How many requests of this client are queued. May be old when it arrives.
+  /// How many requests of this client are queued. Waits for a cleanup that runs at a cancel. May be old when it
+  /// arrives.
   std::uint16_t numQueuedRequests() const;
   /// How many requests of this client are running. May be old when it arrives.
   std::uint16_t numRunningRequests() const;

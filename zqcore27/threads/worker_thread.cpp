@@ -12,6 +12,9 @@ WorkerThread::WorkerThread(ThreadPool* pool, std::uint16_t index, bool extra)
   start_undetached();
 }
 
+WorkerThread::WorkerThread(ThreadPool* pool)
+    : fPool(pool), fIndex(0), fStopFlag(new Flag(&fHandleMutex, false)), fExtra(false) {}
+
 WorkerThread::~WorkerThread() = default;
 
 void* WorkerThread::work(void*) {

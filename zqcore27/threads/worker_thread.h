@@ -46,6 +46,9 @@ class ZQCORE27_EXPORT WorkerThread final : public OrlanThread {
  private:
   friend class ThreadPool;
 
+  /// One without a thread: what `pool` runs on the thread of its destructor, it runs as this worker.
+  explicit WorkerThread(ThreadPool* pool);
+
   void begin(const Request& request);
   void run_request(const Request& request);
   void end_job();
