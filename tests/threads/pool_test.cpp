@@ -40,6 +40,7 @@ TEST(ThreadPoolTest, ServesIdleWorkersWithoutGrowing) {
   std::vector<BusyStory> rounds[5];  // in the later ones the workers sleep, and wake one another
   Story queued[10], waiting;
   std::set<std::uint16_t> numbers;
+  std::set<std::uint32_t> ids;
   OrlanMutex mutex;
   {
     ThreadPool pool;
@@ -47,12 +48,14 @@ TEST(ThreadPoolTest, ServesIdleWorkersWithoutGrowing) {
     EXPECT_EQ(pool.getMaxNumThreads(), 50);
     for (std::vector<BusyStory>& stories : rounds) {
       while (pool.getNumActThreads() != 0) std::this_thread::yield();
+      for (const std::uint32_t id : ids) waitUntilAsleep(id);
       stories = std::vector<BusyStory>(20);
       for (BusyStory& story : stories) {
         story.body = [&, busy = story.body](Flag& flag) {
           {
             const OrlanSynchronized hold(mutex);
             numbers.insert(ownNumber());
+            ids.insert(ThreadRegistry().getThisId());
           }
           busy(flag);
         };
