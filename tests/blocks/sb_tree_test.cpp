@@ -93,6 +93,40 @@ TEST(SBTreeTest, StepsOverWhatIsNoRun) {
   }
 }
 
+/// Reads at each impact, when blocks are about to move.
+struct Nosy : SBTree {
+  using SBTree::SBTree;
+  bool call(const SupaBlockEvent& event) override {
+    const bool answer = SBTree::call(event);
+    if (event.fKind == SupaBlockEvent::SB_EVENT_IMPACT) {
+      const bool lends = it->isAParent();
+      EXPECT_FALSE(lends && event.fIndex <= 1) << "its own block is among those that move";
+      EXPECT_EQ(it->nextSibling(), NONE);
+      for (std::uint32_t i = 0; i < 4; ++i) {
+        for (SBTreeChildIterator child(*this, i); *child != NONE; ++child) EXPECT_LT(*child, 4u);
+        indexIsAParent(i);
+      }
+    }
+    return answer;
+  }
+  SBTreeIterator* it = nullptr;
+};
+
+TEST(SBTreeTest, LendsNoBlockThatIsAboutToMove) {
+  Nosy tree{SupaBlockHints()};
+  SBTreeIterator it(&tree);
+  tree.it = &it;
+  buildTree(tree, "- 0:0 - 0:2");
+  EXPECT_TRUE(it.moveToDFIndex(1));
+  const std::vector<unsigned char> runs(40000);
+  for (const unsigned count : {5000u, 1u, 0u}) {  // the body grows, the block behind moves down
+    tree.buildTreeNode(2, runs.data(), count);
+    EXPECT_EQ(it.nextSibling(), 2u);
+    EXPECT_EQ(it.isAParent(), count != 0);
+    EXPECT_EQ(it.prevSibling(), 1u);
+  }
+}
+
 TEST(SBTreeTest, RepairsUpToTheRootOnly) {
   SBTree cut{SupaBlockHints()};
   buildTree(cut, "- - 0:1 0:1 0:1");

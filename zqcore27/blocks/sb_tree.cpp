@@ -77,7 +77,7 @@ bool SBTree::indexIsAParent(std::uint32_t idx) {
   if (!names_a_node(idx)) return false;
   if (fTerminators != nullptr) return !is_terminator(idx);
   SBTreeChildData data;
-  return treeData(idx, &data) && data.size() != 0;
+  return treeData(idx, &data) && data.firstIndex() != nullptr;
 }
 
 void SBTree::terminatorHints(const Bitmap& bits) { fTerminators = without_root(bits); }
@@ -107,17 +107,20 @@ void SBTree::detach_iterator(SBTreeIterator* it) {
 }
 
 /// The handle of a node; null if there is none. `near` is the superblock of the last node that was looked up, or null:
-/// neighbours on a walk seldom need a search. Superblocks live as long as their store.
+/// neighbours on a walk seldom need a search. Superblocks live as long as their store. While blocks are about to move
+/// there is none: a handle taken then would outlive its block.
 unsigned char* SBTree::node_block(std::uint32_t idx, SupaBlockHeader*& near) {
-  if (fStore == nullptr) return nullptr;
+  if (fStore == nullptr || fStore->fImpacting) return nullptr;
   if (near == nullptr || !near->holds(block_idx(idx))) near = fStore->get_SB_for_idx(block_idx(idx));
   return near == nullptr ? nullptr : fStore->get_block_hdr(near, block_idx(idx));
 }
 
 /// The handle of the node behind `idx`, whose own is `block`, if that is to be had without a look-up; null otherwise.
-unsigned char* SBTree::next_block(unsigned char* block, std::uint32_t idx, const SupaBlockHeader* near) {
-  if (block == nullptr || near == nullptr || !near->holds(block_idx(idx)) || block_idx(idx) == near->fLast)
+unsigned char* SBTree::next_block(unsigned char* block, std::uint32_t idx, const SupaBlockHeader* near) const {
+  if (block == nullptr || near == nullptr || !near->holds(block_idx(idx)) || block_idx(idx) == near->fLast ||
+      fStore->fImpacting) {
     return nullptr;
+  }
   return SupaBlock::next_block_from_hdr(block);
 }
 

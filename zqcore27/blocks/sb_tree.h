@@ -74,13 +74,14 @@ class ZQCORE27_EXPORT SBTree : public CallableClass<SupaBlockEvent> {
   /// happens if there is no such node.
   void deleteNode(std::uint32_t idx);
   /// An empty store, made for the present fAvgRuns. Root, hint sets and iterators stay; an iterator keeps its path of
-  /// indexes, so that its owner had better invalidate or delete it.
+  /// indexes, so that its owner had better invalidate or delete it. Not from within an event: the operation that sends
+  /// it goes on in the old store.
   void clearTreeNodes();
 
   /// Fills in `data` with the runs of a node. False, and nothing filled in, without such a node or with a null `data`.
   bool treeData(std::uint32_t idx, SBTreeChildData* data);
   /// With terminator hints true if the bit of `idx` is clear, whatever the node holds; a bit behind the end of the set
-  /// counts as clear. Without them true if the node has a run.
+  /// counts as clear. Without them true if the node holds any data.
   bool indexIsAParent(std::uint32_t idx);
 
   /// Takes a copy of `bits`, with the root's bit cleared, which makes the copy larger where it doesn't reach the root.
@@ -111,7 +112,7 @@ class ZQCORE27_EXPORT SBTree : public CallableClass<SupaBlockEvent> {
   static std::uint32_t node_first_child_idx(unsigned char* block);
   static std::uint32_t node_last_child_idx(unsigned char* block);
   unsigned char* node_block(std::uint32_t idx, SupaBlockHeader*& near);
-  static unsigned char* next_block(unsigned char* block, std::uint32_t idx, const SupaBlockHeader* near);
+  unsigned char* next_block(unsigned char* block, std::uint32_t idx, const SupaBlockHeader* near) const;
   bool is_terminator(std::uint32_t idx) const { return fTerminators != nullptr && fTerminators->state(idx); }
   bool is_clone(std::uint32_t idx) const { return fClones != nullptr && fClones->state(idx); }
   std::unique_ptr<Bitmap> without_root(const Bitmap& bits) const;

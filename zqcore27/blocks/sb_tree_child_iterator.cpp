@@ -7,7 +7,7 @@ inline namespace zqcore27 {
 
 SBTreeChildIterator::SBTreeChildIterator(SBTree& tree, std::uint32_t idx) : fCurrent(SBTree::IDX_NONE), fTree(&tree) {
   SBTreeChildData data;
-  if (!fTree->treeData(idx, &data) || data.size() < 2) return;
+  if (!fTree->treeData(idx, &data) || data.firstIndex() == nullptr || data.size() < 2) return;
   fRun = data.firstIndex();
   fRemaining = data.size() / 2 * 2;
   fCurrent = *fRun;

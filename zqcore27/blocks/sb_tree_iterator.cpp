@@ -25,6 +25,7 @@ void SBTreeIterator::initialise_iter(SBTree* tree) {
   fFrames.reserve(10);
   fTop = -1;
   fCurrent = IDX_NONE;
+  fNear = nullptr;
   attach_to(tree);
   OrlanSynchronized lock(fMutex);
   fValid = tree != nullptr;
@@ -89,7 +90,7 @@ bool SBTreeIterator::operator==(TreeIterator& other) {
 bool SBTreeIterator::isAParent() {
   testIter(true);
   if (fTree->fTerminators != nullptr) return fTop >= 0 && fTree->indexIsAParent(this_idx());
-  return ChildRuns(this_node()).count() != 0;
+  return ChildRuns(this_node()).bytes() != 0;
 }
 
 bool SBTreeIterator::isAClone() {

@@ -105,7 +105,7 @@ std::uint32_t SBTreeIterator::go_down(std::uint32_t child) {
 std::uint32_t SBTreeIterator::go_across(std::uint32_t sibling) {
   if (!SBTree::names_a_node(sibling)) return IDX_NONE;
   SBTreeIteratorStackFrame& frame = top();
-  unsigned char* next = sibling == frame.fIndex + 1 ? SBTree::next_block(frame.fHeader, frame.fIndex, fNear) : nullptr;
+  unsigned char* next = sibling == frame.fIndex + 1 ? fTree->next_block(frame.fHeader, frame.fIndex, fNear) : nullptr;
   replace_top_idx(sibling);
   frame.fHeader = next;
   return sibling;

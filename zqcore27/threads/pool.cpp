@@ -337,11 +337,13 @@ void ThreadPool::drain() {
       fQueueEmpty->wait();
       continue;
     }
+    bool refused = false;
     try {
       add_extra_worker();
     } catch (...) {
-      run_here();
+      refused = true;
     }
+    if (refused) run_here();  // outside the handler: what the host's job does is its own
   }
 }
 

@@ -36,7 +36,8 @@ class WorkerThread;
 /// threw or was refused is never freed by the pool. A job must not end its thread: the process would end.
 /// A pool without standing workers lets requests wait until the queue is full, and runs nothing while its ceiling is 0.
 /// Threads: every operation but the destructor from any, jobs included; a cleanup at a cancel runs with the pool's
-/// locks held and must not submit, and not wait for anybody who uses the pool. It may cancel.
+/// locks held and must not submit, and not wait for anybody who uses the pool. It may cancel; where it cancels its own
+/// client, the cancels nest as deep as that client has requests queued.
 class ZQCORE27_EXPORT ThreadPool {
  public:
   /// 20 standing workers and a queue for 10 requests.
