@@ -17,11 +17,11 @@
 #include "zqcore27/threads/request.h"
 #include "zqcore27/threads/thread_requester.h"
 
-#ifdef POOL_BENCH_ASIO
+#ifdef HAVE_ASIO
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
 #endif
-#ifdef POOL_BENCH_TBB
+#ifdef HAVE_TBB
 #include <tbb/global_control.h>
 #include <tbb/task_arena.h>
 #endif
@@ -127,7 +127,7 @@ class Bound {
   std::counting_semaphore<UINT16_MAX> fRoom;
 };
 
-#ifdef POOL_BENCH_ASIO
+#ifdef HAVE_ASIO
 struct Asio {
   explicit Asio(std::uint16_t queueSize) : bound(queueSize), pool(WORKERS) {}
   struct Client {
@@ -146,7 +146,7 @@ struct Asio {
 };
 #endif
 
-#ifdef POOL_BENCH_TBB
+#ifdef HAVE_TBB
 struct Tbb {
   explicit Tbb(std::uint16_t queueSize) : bound(queueSize) { arena.initialize(); }
   struct Client {
@@ -240,10 +240,10 @@ POOL_BENCHMARK(InPlace);
 POOL_BENCHMARK(Pool);
 POOL_BENCHMARK(PoolReadyRecords);
 POOL_BENCHMARK(PoolThatGrows);
-#ifdef POOL_BENCH_ASIO
+#ifdef HAVE_ASIO
 POOL_BENCHMARK(Asio);
 #endif
-#ifdef POOL_BENCH_TBB
+#ifdef HAVE_TBB
 POOL_BENCHMARK(Tbb);
 #endif
 BENCHMARK(IdlePool)->Iterations(1)->UseRealTime();
