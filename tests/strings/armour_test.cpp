@@ -59,7 +59,10 @@ TEST(ArmourTest, LengthDoesNotWrap) {
 }
 
 TEST(ArmourTest, ThereAndBack) {
-  for (const std::int32_t n : {1, 2, 3, 4, 70'001, 16'777'215}) {  // the last is the largest buffer
+  std::vector<std::int32_t> sizes(60);  // with every rest behind whole vectors of groups
+  std::iota(sizes.begin(), sizes.end(), 1);
+  sizes.insert(sizes.end(), {70'001, 16'777'215});  // the last is the largest buffer
+  for (const std::int32_t n : sizes) {
     SCOPED_TRACE(n);
     const Bytes plain = sample(static_cast<std::size_t>(n));
     const Bytes text = armoured(plain);
@@ -123,6 +126,14 @@ TEST(ArmourTest, IllFormedTexts) {
   for (const std::string_view text : {"000", "z", "z000", "0003QBF", "0003QBFSQBFS", "ooooQBFS", "0003QB/S", "0003QBpS",
                                       "z0003QB\xFFS", "000/QBFS", "zz0003QBFS"}) {
     EXPECT_EQ(plainOf(text, 9), (Result{false, 0, {}})) << text;
+  }
+  const Bytes good = armoured(sample(40));  // several vectors of groups, and some beside them
+  for (std::size_t i = 1; i < good.size(); ++i) {
+    for (const unsigned char foreign : {0x2F, 0x70, 0xB0, 0x00}) {
+      Bytes text = good;
+      text[i] = foreign;
+      EXPECT_EQ(plainOf(text, 43), (Result{false, 0, {}})) << i;
+    }
   }
   for (const std::string_view text : {"0003QBFS", "0003QB/S", "z0003QB/S"}) {
     EXPECT_EQ(plainOf(text, 5), (Result{false, 6, {}})) << text;  // the room is tested before the groups

@@ -6,6 +6,7 @@
 
 #include "zqcore27/core/memory.h"
 #include "zqcore27/strings/armour_codec.h"
+#include "zqcore27/strings/armour_lanes.h"
 #include "zqcore27/strings/scramble_table.h"
 
 inline namespace zqcore27 {
@@ -59,11 +60,13 @@ bool decodeAndUnscramble(const unsigned char* in, std::uint32_t n, unsigned char
 }  // namespace
 
 void scrambleBytes(const unsigned char* in, unsigned char* out, std::int32_t n, std::uint32_t version) {
-  constexpr std::uint32_t STRIDE = 43;  // bytes from one jump in the table to the next
-  const std::uint32_t start = version >= ARMOUR_CURRENT ? 10 + 32 : 10;
-  for (std::uint32_t i = 0; i < roomOf(n); ++i) {
-    const std::uint32_t k = (i + 1) % STRIDE + start + 19 * (i / STRIDE);
-    out[i] = in[i] ^ SCRAMBLE_TABLE[k % SCRAMBLE_TABLE.size()];
+  std::uint32_t place = version >= ARMOUR_CURRENT ? SCRAMBLE_CURRENT : 0;
+  for (std::uint32_t left = roomOf(n), run; left != 0; left -= run) {
+    run = std::min(left, SCRAMBLE_PERIOD - place);
+    for (std::uint32_t i = 0; i < run; ++i) out[i] = in[i] ^ SCRAMBLE_WALK[place + i];
+    in += run;
+    out += run;
+    place = 0;
   }
 }
 
@@ -75,6 +78,10 @@ bool armourEncode(const unsigned char* in, std::uint32_t n, unsigned char* out, 
                                              static_cast<unsigned char>(n)};
   encodeGroup(length, out);
   out += TEXT_GROUP;
+  const std::uint32_t done = encodeGroups(in, n / PLAIN_GROUP, out);
+  in += done * PLAIN_GROUP;
+  n -= done * PLAIN_GROUP;
+  out += done * TEXT_GROUP;
   for (; n >= PLAIN_GROUP; n -= PLAIN_GROUP, in += PLAIN_GROUP, out += TEXT_GROUP) encodeGroup(in, out);
   if (n != 0) {
     unsigned char last[PLAIN_GROUP] = {};
@@ -92,9 +99,13 @@ bool armourDecode(const unsigned char* in, std::uint32_t n, unsigned char* out, 
   if (n != LengthInAscii(length)) return fail(outLength, 0);
   // The last group writes three bytes, whatever of them counts.
   if (*outLength < length + PLAIN_GROUP) return fail(outLength, length + PLAIN_GROUP);
-  for (const unsigned char* const end = in + n; (in += TEXT_GROUP) != end; out += PLAIN_GROUP) {
-    if (!decodeGroup(in, out)) return fail(outLength, 0);
-  }
+  bool valid = true;
+  const unsigned char* const end = in + n;
+  in += TEXT_GROUP;
+  const std::uint32_t done = decodeGroups(in, (n - TEXT_GROUP) / TEXT_GROUP, out, valid);
+  out += done * PLAIN_GROUP;
+  for (in += done * TEXT_GROUP; valid && in != end; in += TEXT_GROUP, out += PLAIN_GROUP) valid = decodeGroup(in, out);
+  if (!valid) return fail(outLength, 0);
   *outLength = length;
   return true;
 }

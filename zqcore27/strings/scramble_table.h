@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 
 inline namespace zqcore27 {
 
@@ -15,5 +16,24 @@ constexpr std::array<unsigned char, 128> SCRAMBLE_TABLE = {
     0xFE, 0xD5, 0xA8, 0x03, 0x78, 0xF3, 0x8A, 0x86, 0x05, 0x90, 0x07, 0x2A, 0xBF, 0xC0, 0x53, 0xF9, 0xDC, 0x98, 0x0C,
     0xFC, 0x59, 0x8B, 0xC9, 0xAC, 0x17, 0xC5, 0x63, 0xFA, 0x70, 0x0D, 0x5D, 0x0F, 0x3A,
 };
+
+/// Bytes between two jumps in the table.
+constexpr std::uint32_t SCRAMBLE_STRIDE = 43;
+
+/// After how many bytes the walk through the table repeats itself: every stride starts at a place of its own.
+constexpr std::uint32_t SCRAMBLE_PERIOD = SCRAMBLE_STRIDE * SCRAMBLE_TABLE.size();
+
+/// One period of the walk: what the byte at each position is scrambled with, in the older form. The present form stands
+/// 32 entries further in the table, which is where the walk itself comes to SCRAMBLE_CURRENT bytes later.
+constexpr auto SCRAMBLE_WALK = [] {
+  std::array<unsigned char, SCRAMBLE_PERIOD> walk{};
+  for (std::uint32_t i = 0; i < SCRAMBLE_PERIOD; ++i) {
+    const std::uint32_t k = (i + 1) % SCRAMBLE_STRIDE + 10 + 19 * (i / SCRAMBLE_STRIDE);
+    walk[i] = SCRAMBLE_TABLE[k % SCRAMBLE_TABLE.size()];
+  }
+  return walk;
+}();
+constexpr std::uint32_t SCRAMBLE_CURRENT = 96 * SCRAMBLE_STRIDE;
+static_assert(19 * (SCRAMBLE_CURRENT / SCRAMBLE_STRIDE) % SCRAMBLE_TABLE.size() == 32);
 
 }  // namespace zqcore27
