@@ -9,6 +9,8 @@ class ZQCORE27_EXPORT StringError : public Error {
  public:
   /// A NativeType outside its two values; fatal. A mistake of the caller.
   static constexpr std::uint32_t BAD_NATIVE_TYPE = 0xC2000119;
+  /// A format and its arguments don't go together; fatal. A mistake of the caller. Insert: the format.
+  static constexpr std::uint32_t BAD_FORMAT = 0xC200011A;
   /// Ill-formed UTF-8.
   static constexpr std::uint32_t BAD_UTF8 = 0xC200011C;
   /// Bytes that the code page refuses.

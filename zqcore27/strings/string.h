@@ -158,8 +158,9 @@ class ZQCORE27_EXPORT String : public MemResizable {
 
   /// Replaces the text by `format` with its directives filled in: %[flags][width][.precision][modifiers]conversion,
   /// with the flags `-`, `+`, blank, `#`, `0`, an asterisk for a width or precision among the arguments, and the
-  /// modifiers `l`, `h`, `N`, `L`. A bad directive ends the text there. The types of the arguments aren't checked; they
-  /// may point into this text. Bytes of the format above 0x7F become units 0xFF80 and up.
+  /// modifiers `l`, `h`, `N`, `L`. A bad directive ends the text there. The types of the arguments aren't checked
+  /// (checked_format.h does it); they may point into this text. Bytes of the format above 0x7F become units 0xFF80 and
+  /// up.
   /// - d i: 32 bits. u o x X b (binary): 16 bits, with `l` 32. p: 32 bits as 0000:12345678; with `h` 16 bits, no colon.
   /// - s: 16-bit text; with `N` or `L` 8-bit native text. P: native text behind one byte with its length. Null: (null).
   /// - c: one unit. n: stores the positions put out so far in 32 bits; 8-bit text counts in bytes.
