@@ -10,6 +10,7 @@ set(CPACK_SET_DESTDIR ON)
 set(CPACK_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
 
 set(CPACK_PACKAGE_NAME zqcore27)
+# Debian wants an address; there is none yet, and this one can belong to nobody.
 set(CPACK_PACKAGE_CONTACT "zqcore27 maintainers <maintainers@zqcore27.example>")
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
