@@ -9,6 +9,20 @@
 #include "tests/support/thread_probe.h"
 #include "zqcore27/threads/registry.h"
 
+/// A door that threads wait at.
+class Gate {
+ public:
+  void open() {
+    fOpen = true;
+    fOpen.notify_all();
+  }
+  void pass() const { fOpen.wait(false); }
+  bool isOpen() const { return fOpen; }
+
+ private:
+  std::atomic<bool> fOpen{false};
+};
+
 /// A thread of the host, whose id is known as soon as it is made. Joined at the end.
 class HostThread {
  public:
