@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -123,6 +125,29 @@ inline bool insertText(SupaBlock& s, std::int32_t idx, std::string_view text) {
 }
 inline bool replaceText(SupaBlock& s, std::int32_t idx, std::string_view text) {
   return s.replace(idx, bytesOf(text), static_cast<unsigned int>(text.size()));
+}
+/// Plays writes on a store: "i2:8" inserts 8 bytes of 'x' at 2, "r2:8" replaces by them, "d2" deletes; "3*i2:8" does it
+/// three times. Errors are noted, and the next step is taken.
+inline std::string play(SupaBlock& s, const std::string& script) {
+  std::string errors;
+  std::istringstream steps(script);
+  for (std::string step; steps >> step;) {
+    const std::size_t star = step.find('*');
+    int times = star == std::string::npos ? 1 : std::stoi(step), idx = 0;
+    step = step.substr(star + 1);
+    std::size_t size = 0;
+    EXPECT_GE(std::sscanf(step.c_str() + 1, "%d:%zu", &idx, &size), 1) << step;
+    for (; times > 0; --times) {
+      try {
+        step[0] == 'i'   ? insertText(s, idx, std::string(size, 'x'))
+        : step[0] == 'r' ? replaceText(s, idx, std::string(size, 'x'))
+                         : s.deleteBlock(idx);
+      } catch (const SupaBlockError& e) {
+        errors += "!" + std::to_string(e.code() & 0xFFF) + " ";
+      }
+    }
+  }
+  return errors;
 }
 /// The whole block, padding included; "<none>" where there is none.
 inline std::string textAt(SupaBlock& s, std::int32_t idx) {
