@@ -26,14 +26,8 @@ const void* words(const Bitmap& b) {
 }
 
 TEST(BitmapTest, ReadsText) {
-  static constexpr struct {
-    int line;
-    const char *text, *expected;
-  } ROWS[] = {{__LINE__, "0101", "010100"}, {__LINE__, "x1", "010000"}, {__LINE__, "", "000000"}};
-  for (const auto& row : ROWS) {
-    SCOPED_TRACE(testing::Message() << "row of line " << row.line);
-    EXPECT_EQ(bits(Bitmap(String(row.text)), 6), row.expected);
-  }
+  static constexpr const char* ROWS[][2] = {{"0101", "010100"}, {"x1", "010000"}, {"", "000000"}};
+  for (const auto& [text, expected] : ROWS) EXPECT_EQ(bits(Bitmap(String(text)), 6), expected);
 }
 
 TEST(BitmapTest, GrowsToWhatIsWritten) {

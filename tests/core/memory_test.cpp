@@ -15,13 +15,19 @@
 
 namespace {
 
-TEST(MemAllocatorTest, TouchesNothingForALengthOfZero) {
+TEST(MemAllocatorTest, TouchesNothingForALengthOfZeroAndAccountsForNothing) {
   EXPECT_TRUE(MemAllocator::same(nullptr, reinterpret_cast<void*>(8), 0));
   MemAllocator::zero(nullptr, 0);
   MemAllocator::fill(nullptr, 1, 0);
   MemAllocator::copy(nullptr, nullptr, 0);
   MemAllocator::move(nullptr, nullptr, 0);
   MemAllocator::deallocate(nullptr);
+  unsigned char* const block = MemAllocator::allocate(100);
+  EXPECT_EQ(MemAllocator::usage(), 0u);
+  MemAllocator::dump(50, nullptr);
+  MemAllocator::checkAll();
+  MemAllocator::deallocate(block);
+  orlanDelete(orlanNew(0));
 }
 
 TEST(MemAllocatorTest, WorksOnExactlyTheBytesGiven) {
@@ -50,16 +56,6 @@ TEST(MemAllocatorTest, WorksOnExactlyTheBytesGiven) {
       EXPECT_EQ(from, expected);
     }
   }
-}
-
-TEST(MemAllocatorTest, AccountsForNothing) {
-  unsigned char* const block = MemAllocator::allocate(100);
-  ASSERT_NE(block, nullptr);
-  EXPECT_EQ(MemAllocator::usage(), 0u);
-  MemAllocator::dump(50, nullptr);
-  MemAllocator::checkAll();
-  MemAllocator::deallocate(block);
-  orlanDelete(orlanNew(0));
 }
 
 /// Shows what a derived class does with its block.

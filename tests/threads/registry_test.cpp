@@ -2,113 +2,90 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "tests/threads/host_thread.h"
 
 namespace {
 
-TEST(ThreadRegistryTest, CountsRegistrationsAndKeepsWhatTheHostAttached) {
-  ThreadRegistry registry;
-  const std::uint32_t id = registry.getThisId();
-  ASSERT_NE(id, 0u);
-  EXPECT_EQ(registry.depth(0), 0u);
-  EXPECT_EQ(registry.registerThread(), id);
-  EXPECT_EQ(registry.registerThread(), id);
-  registry.setThisThreadContext(&registry, 0);
-  registry.setThisThreadPavo(0xFFFE, id);
-  registry.unregisterThread(id);
-  EXPECT_EQ(registry.depth(0), 1u);
-  registry.unregisterThread(0);
-  EXPECT_EQ(registry.depth(id), 0u);
-  EXPECT_EQ(registry.getThisThreadContext(id), &registry);
-  EXPECT_EQ(registry.getThisThreadPavo(0), 0xFFFE);
-  registry.decreaseDepth(id);
-  EXPECT_EQ(registry.depth(id), 0xFFFFFFFFu);
-  registry.increaseDepth(0);
-  registry.increaseDepth(0);
-  registry.registerThread();  // goes on with the entry
-  EXPECT_EQ(registry.depth(id), 2u);
-  EXPECT_EQ(registry.getThisThreadPavo(id), 0xFFFE);
-}
+/// Plays a script on a registry and notes after each step what it tells of the calling thread, as depth.value, with an
+/// m for the main thread. r, L and P register, u and U unregister, + and - change the depth, a digit is attached as
+/// value and context. What stands in brackets is played by another thread, of which the note is made behind them.
+class Player {
+ public:
+  std::string play(const std::string& script) {
+    std::string notes;
+    for (std::size_t at = 0; at < script.size(); ++at) {
+      std::uint32_t id = fRegistry.getThisId();
+      if (script[at] == '(') {
+        const std::size_t end = script.find(')', at);
+        std::string other;
+        HostThread thread([&] { other = play(script.substr(at + 1, end - at - 1)); });
+        id = thread.id();
+        thread.join();
+        notes += "(" + other + ")";
+        at = end;
+      } else {
+        step(script[at], at % 2 == 0 ? 0 : id);
+        if (at % 2 == 0) id = 0;
+      }
+      const std::uint16_t value = fRegistry.getThisThreadPavo(id);
+      notes += std::to_string(static_cast<std::int32_t>(fRegistry.depth(id))) + "." + std::to_string(value & 0xF) +
+               (fRegistry.isMainThread(id) ? "m " : " ");
+      EXPECT_EQ(fRegistry.getThisThreadContext(id), value == 0 ? nullptr : fValues + (value - 0xFFF0));
+    }
+    return notes;
+  }
 
-TEST(ThreadRegistryTest, LiraRegistrationSetsTheDepthAndItsEndForgetsTheThread) {
-  ThreadRegistry registry;
-  for (int i = 0; i < 3; ++i) registry.registerThread();
-  registry.setThisThreadPavo(7, 0);
-  EXPECT_EQ(registry.registerLIRAThread(), registry.getThisId());
-  EXPECT_EQ(registry.depth(0), 1u);
-  EXPECT_EQ(registry.getThisThreadPavo(0), 7);
-  registry.unregisterLIRAThread(0);
-  EXPECT_EQ(registry.depth(0), 0u);
-  EXPECT_EQ(registry.getThisThreadPavo(0), 0);
-  registry.unregisterLIRAThread(0);
-  registry.registerLIRAThread();
-  EXPECT_EQ(registry.depth(0), 1u);
-}
+ private:
+  void step(char kind, std::uint32_t id) {
+    switch (kind) {
+      case 'r':
+        EXPECT_EQ(fRegistry.registerThread(), fRegistry.getThisId());
+        break;
+      case 'L':
+        EXPECT_EQ(fRegistry.registerLIRAThread(), fRegistry.getThisId());
+        break;
+      case 'P':
+        EXPECT_EQ(fRegistry.registerPAVOThread(), fRegistry.getThisId());
+        break;
+      case 'u':
+        return fRegistry.unregisterThread(id);
+      case 'U':
+        return fRegistry.unregisterLIRAThread(id);
+      case '+':
+        return fRegistry.increaseDepth(id);
+      case '-':
+        return fRegistry.decreaseDepth(id);
+      default:
+        fRegistry.setThisThreadPavo(static_cast<std::uint16_t>(0xFFF0 + kind - '0'), id);
+        fRegistry.setThisThreadContext(fValues + (kind - '0'), id);
+    }
+  }
 
-TEST(ThreadRegistryTest, IgnoresThreadsThatItDoesNotKnow) {
-  ThreadRegistry registry;
-  const std::uint32_t id = 0xFFFFFFF0;
-  registry.setThisThreadPavo(1, id);
-  registry.setThisThreadContext(&registry, id);
-  registry.increaseDepth(id);
-  registry.unregisterThread(id);
-  registry.unregisterLIRAThread(id);
-  EXPECT_EQ(registry.getThisThreadPavo(id), 0);
-  EXPECT_EQ(registry.getThisThreadContext(id), nullptr);
-  EXPECT_EQ(registry.depth(id), 0u);
-  EXPECT_FALSE(registry.isMainThread(id));
-}
+  ThreadRegistry fRegistry;
+  char fValues[10];
+};
 
-TEST(ThreadRegistryTest, FirstPavoCallerIsTheMainThread) {
-  ThreadRegistry registry;
-  EXPECT_FALSE(registry.isMainThread(0));
-  std::uint32_t main = 0, second = 0;
-  HostThread([&] {
-    main = registry.registerPAVOThread();
-    EXPECT_TRUE(registry.isMainThread(0));
-  }).join();
-  HostThread([&] {
-    second = registry.registerPAVOThread();
-    EXPECT_FALSE(registry.isMainThread(0));
-    EXPECT_TRUE(registry.isMainThread(main));
-    registry.registerPAVOThread();
-    EXPECT_EQ(registry.depth(0), 2u);
-  }).join();
-  EXPECT_EQ(registry.depth(main), 1u);
-  EXPECT_FALSE(registry.isMainThread(second));
-}
-
-TEST(ThreadRegistryTest, KnownThreadGetsASecondEntryAsMainThread) {
-  ThreadRegistry registry;
-  registry.registerThread();
-  registry.registerThread();
-  registry.setThisThreadPavo(5, 0);
-  registry.registerPAVOThread();
-  EXPECT_EQ(registry.depth(0), 1u);  // the new entry, which is looked at first
-  EXPECT_EQ(registry.getThisThreadPavo(0), 0);
-  registry.registerPAVOThread();
-  EXPECT_EQ(registry.depth(0), 2u);
-  registry.registerLIRAThread();  // the list alone: the older entry
-  EXPECT_EQ(registry.depth(0), 2u);
-  registry.unregisterLIRAThread(0);  // the older entry again; the other one is no longer the main thread's
-  EXPECT_FALSE(registry.isMainThread(0));
-  EXPECT_EQ(registry.depth(0), 2u);
-  registry.registerLIRAThread();
-  EXPECT_EQ(registry.depth(0), 1u);
-}
-
-TEST(ThreadRegistryTest, NewcomerDoesNotLookLikeARemovedMainThread) {
-  ThreadRegistry registry;
-  registry.registerPAVOThread();
-  registry.unregisterLIRAThread(0);
-  EXPECT_FALSE(registry.isMainThread(0));
-  HostThread([&] {
-    registry.registerThread();  // may get the block of the removed entry
-    EXPECT_FALSE(registry.isMainThread(0));
-    registry.registerPAVOThread();
-    EXPECT_TRUE(registry.isMainThread(0));
-  }).join();
-  EXPECT_FALSE(registry.isMainThread(0));
+TEST(ThreadRegistryTest, TellsOfEachThreadWhatItsRegistrationsMade) {
+  static constexpr struct {
+    int line;
+    const char *script, *notes;
+  } ROWS[] = {
+      {__LINE__, "5+-uU", "0.0 0.0 0.0 0.0 0.0 "},  // of a thread that it doesn't know
+      {__LINE__, "rr5uu-++r",
+       "1.0 2.0 2.5 1.5 0.5 -1.5 0.5 1.5 2.5 "},  // what is attached stays without a registration
+      {__LINE__, "rrr7LUUL",
+       "1.0 2.0 3.0 3.7 1.7 0.0 0.0 1.0 "},                 // LIRA sets the depth, and its end forgets the thread
+      {__LINE__, "(P)(PP)", "(1.0m )1.0m (1.0 2.0 )2.0 "},  // the first PAVO caller is the main thread
+      {__LINE__, "rr5PPLUL", "1.0 2.0 2.5 1.0m 2.0m 2.0m 2.0 1.0 "},  // a known thread gets a second entry, looked at
+                                                                      // first; LIRA sees the older one
+      {__LINE__, "PU(rP)", "1.0m 0.0 (1.0 1.0m )1.0m "},  // a newcomer, perhaps in the block of the removed entry
+  };
+  for (const auto& row : ROWS) {
+    SCOPED_TRACE(testing::Message() << "row of line " << row.line << ": " << row.script);
+    EXPECT_EQ(Player().play(row.script), row.notes);
+  }
 }
 
 }  // namespace
