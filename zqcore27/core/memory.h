@@ -71,6 +71,7 @@ class ZQCORE27_EXPORT MemResizable : public FromLibraryHeap {
   /// A block of `size` bytes, not cleared.
   explicit MemResizable(unsigned int size);
   MemResizable(const MemResizable& other);
+  /// Takes the block over; `other` has none afterwards. Move assignment exchanges the two.
   MemResizable(MemResizable&& other) noexcept;
   MemResizable& operator=(const MemResizable& other);
   MemResizable& operator=(MemResizable&& other) noexcept;

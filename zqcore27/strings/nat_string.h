@@ -20,6 +20,7 @@ class ZQCORE27_EXPORT NatString : public MemResizable {
   NatString(const std::uint16_t* s);
   NatString(const String& s);
   NatString(const NatString& other);
+  /// Takes the block over; `other` is empty afterwards. Move assignment exchanges the two.
   NatString(NatString&& other) noexcept;
   NatString& operator=(const NatString& other);
   NatString& operator=(NatString&& other) noexcept;

@@ -48,15 +48,20 @@ class ZQCORE27_EXPORT String : public MemResizable {
   String(const char* s);
   /// At most `n` bytes, up to a zero byte. The block keeps room for `n` units. Errors: as above.
   String(const char* s, unsigned int n);
+  /// Shared empty.
   String(std::nullptr_t);
+  /// The units before the first zero: a literal `u"text"`.
   String(const char16_t* s);
+  /// All units of `s`, zeros included.
   String(std::u16string_view s);
   String(const String& other);
   /// Takes the block over; `other` is shared empty afterwards.
   String(String&& other) noexcept;
   ~String() override;
 
+  /// Assignment takes the same sources as construction, null as empty text, and keeps the room that is there.
   String& operator=(const String& other);
+  /// Takes the block over; `other` is shared empty afterwards.
   String& operator=(String&& other) noexcept;
   String& operator=(const std::uint16_t* s);
   /// Errors: as in construction; the units converted up to then stay.
@@ -170,16 +175,14 @@ class ZQCORE27_EXPORT String : public MemResizable {
   void build(const char* format, ...);
   /// Reads values out of the text: %[*][width][h, l or L]conversion, where an asterisk stores nothing. Returns the
   /// number of values stored, or -1 if the text ended before the first. Only the low byte of each unit is read, and 0
-  /// is the end of the text. Null arguments aren't tested.
+  /// is the end of the text. Null arguments aren't tested, nor types: scanChecked in checked_format.h does it.
   /// - d i u o x X p b: 32 bits, with `h` 16; overflow wraps. Without digits the argument is used up, nothing is
-  /// stored,
-  ///   and the scan goes on.
+  ///   stored, and the scan goes on.
   /// - e E f g G: a float, with `l` or `L` a double. A hexadecimal number needs a capital X and an exponent.
   /// - s S c [: 8-bit bytes, with no bound but the width (of c: 1); c writes no terminator. %s stops the scan if it
-  /// meets
-  ///   the end of the text, after it has stored what was there.
+  ///   meets the end of the text, after it has stored what was there.
   /// - n: the units read so far in 32 bits, not counted as a value; the terminator is one of them once it has been
-  /// read.
+  ///   read.
   std::int32_t scan(const char* format, ...);
 
   // --- Search ---

@@ -16,6 +16,7 @@ class ZQCORE27_EXPORT WideString : public MemResizable {
   WideString(const std::uint16_t* s);
   WideString(const String& s);
   WideString(const WideString& other);
+  /// Takes the block over; `other` is empty afterwards. Move assignment exchanges the two.
   WideString(WideString&& other) noexcept;
   WideString& operator=(const WideString& other);
   WideString& operator=(WideString&& other) noexcept;
