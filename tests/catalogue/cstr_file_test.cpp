@@ -258,35 +258,4 @@ TEST_F(CStrFileTest, SearchesItsDirectoriesInOrder) {
   std::filesystem::remove(beside / name);
 }
 
-TEST_F(CStrFileTest, SurvivesRandomBytes) {
-  const unsigned seed = std::random_device{}();
-  SCOPED_TRACE(testing::Message() << "seed " << seed);
-  std::mt19937 random(seed);
-  CatalogueBuilder b;
-  for (std::uint32_t handle = 0x100; handle < 0x500; handle += 1 + random() % 2 * 200) {
-    b.texts[handle] = std::u16string(random() % 40, u't');
-  }
-  const std::string good = b.bytes();
-  int opened = 0;
-  for (int round = 0; round < 400; ++round) {
-    std::string bytes = good;
-    const std::size_t from = round % 2 == 0 ? FIRST_PAGE_AT : round % 4 == 1 ? 0 : PAGES_AT;
-    const std::size_t to = round % 2 == 0 ? bytes.size() : FIRST_PAGE_AT;
-    for (auto n = 1 + random() % 200; n != 0; --n) bytes[from + random() % (to - from)] = static_cast<char>(random());
-    if (round % 7 == 0) bytes.resize(random() % bytes.size());
-    write(NAME, bytes);
-    SCOPED_TRACE(round);
-    const std::string refused = failureOf([&] {
-      CStrFile file(nullptr, named(NAME), String("2.7.A"));
-      ++opened;
-      for (std::uint32_t handle = 0xF0; handle < 0x600; handle += 3) {
-        const std::string failure = failureOf([&] { EXPECT_LT(String(file.get(handle)).size(), 256u); });
-        ASSERT_TRUE(failure.empty() || failure.starts_with("4: ") || failure.starts_with("5: ")) << failure;
-      }
-    });
-    ASSERT_TRUE(refused.empty() || (std::stoi(refused) >= 8 && std::stoi(refused) <= 15)) << refused;
-  }
-  EXPECT_GT(opened, 50) << "too few files came as far as their texts";
-}
-
 }  // namespace
