@@ -1,88 +1,161 @@
-// Columns of a million stored values, against a plain loop that only swaps bytes; and a log call that nobody hears.
+// A million stored values of each format and width, as one column and one by one, beside a plain loop that only swaps
+// bytes: for the single values a loop that calls a function for each.
 
 #include <benchmark/benchmark.h>
 
+#include <bit>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <random>
+#include <string>
+#include <type_traits>
 #include <vector>
 
-#include "zqcore27/errors/log.h"
 #include "zqcore27/floatfmt/fp_format.h"
 
 namespace {
 
 constexpr std::size_t VALUES = 1 << 20;
+constexpr unsigned char BIG_ENDIAN_CODE = 3;
 
-/// Numbers around 1 in the given format, without special values.
+/// Numbers that every format holds without loss, and no special values.
+const std::vector<double>& numbers() {
+  static const std::vector<double> made = [] {
+    std::mt19937 random(1);
+    std::uniform_real_distribution<float> number(-1000, 1000);
+    std::vector<double> values(VALUES);
+    for (double& v : values) v = number(random);
+    return values;
+  }();
+  return made;
+}
+
 std::vector<unsigned char> column(const FpFormat& format, std::size_t width) {
-  std::mt19937 random(1);
-  std::uniform_real_distribution<double> number(-1000, 1000);
   std::vector<unsigned char> stored(VALUES * width);
-  for (std::size_t i = 0; i < VALUES; ++i) format.putHostValue(&stored[i * width], number(random));
+  format.putHostValues(stored.data(), numbers().data(), VALUES, width);
   return stored;
 }
 
-/// The floor: a loop that reverses the bytes of each value, and widens a float.
-template <typename Word, typename Value>
-void swapOnly(benchmark::State& state) {
-  const FpFormat format(3, sizeof(Word), nullptr);
-  const auto stored = column(format, sizeof(Word));
-  std::vector<double> out(VALUES);
+std::uint64_t swapped(std::uint64_t word) { return __builtin_bswap64(word); }
+std::uint32_t swapped(std::uint32_t word) { return __builtin_bswap32(word); }
+
+template <typename Word>
+using Number = std::conditional_t<sizeof(Word) == 8, double, float>;
+
+template <typename Word>
+inline double plainRead(const unsigned char* stored) {
+  Word word;
+  std::memcpy(&word, stored, sizeof word);
+  return std::bit_cast<Number<Word>>(swapped(word));
+}
+
+template <typename Word>
+inline void plainWrite(unsigned char* stored, double value) {
+  const Word word = swapped(std::bit_cast<Word>(static_cast<Number<Word>>(value)));
+  std::memcpy(stored, &word, sizeof word);
+}
+
+template <typename Word>
+[[gnu::noinline]] double calledRead(const unsigned char* stored) {
+  return plainRead<Word>(stored);
+}
+
+template <typename Word>
+[[gnu::noinline]] void calledWrite(unsigned char* stored, double value) {
+  plainWrite<Word>(stored, value);
+}
+
+/// What is measured: from one column to another, again and again.
+template <typename From, typename To, typename Convert>
+void convert(benchmark::State& state, const std::vector<From>& from, std::vector<To>& to, Convert conversion) {
   for (auto _ : state) {
-    for (std::size_t i = 0; i < VALUES; ++i) {
-      Word word;
-      std::memcpy(&word, &stored[i * sizeof word], sizeof word);
-      if constexpr (sizeof word == 8) {
-        word = __builtin_bswap64(word);
-      } else {
-        word = __builtin_bswap32(word);
-      }
-      Value value;
-      std::memcpy(&value, &word, sizeof value);
-      out[i] = value;
-    }
-    benchmark::DoNotOptimize(out.data());
+    conversion();
+    benchmark::DoNotOptimize(from.data());
+    benchmark::DoNotOptimize(to.data());
     benchmark::ClobberMemory();
   }
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(VALUES));
 }
-BENCHMARK(swapOnly<std::uint64_t, double>);
-BENCHMARK(swapOnly<std::uint32_t, float>);
 
-void readArray(benchmark::State& state) {
-  const auto width = static_cast<std::size_t>(state.range(1));
-  const FpFormat format(static_cast<unsigned char>(state.range(0)), static_cast<unsigned char>(width), nullptr);
+void readArray(benchmark::State& state, const FpFormat& format, std::size_t width) {
   const auto stored = column(format, width);
   std::vector<double> out(VALUES);
-  for (auto _ : state) {
-    format.getHostValues(stored.data(), out.data(), VALUES, width);
-    benchmark::DoNotOptimize(out.data());
-    benchmark::ClobberMemory();
-  }
-  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(VALUES));
+  convert(state, stored, out, [&] { format.getHostValues(stored.data(), out.data(), VALUES, width); });
+  if (out != numbers()) std::abort();
 }
-BENCHMARK(readArray)->ArgNames({"code", "width"})->ArgsProduct({{1, 2, 3}, {4, 8}});
 
-void readSingly(benchmark::State& state) {
-  const auto width = static_cast<std::size_t>(state.range(1));
-  const FpFormat format(static_cast<unsigned char>(state.range(0)), static_cast<unsigned char>(width), nullptr);
+void writeArray(benchmark::State& state, const FpFormat& format, std::size_t width) {
+  std::vector<unsigned char> stored(VALUES * width);
+  convert(state, numbers(), stored, [&] { format.putHostValues(stored.data(), numbers().data(), VALUES, width); });
+}
+
+void readSingly(benchmark::State& state, const FpFormat& format, std::size_t width) {
   const auto stored = column(format, width);
-  for (auto _ : state) {
-    for (std::size_t i = 0; i < VALUES; ++i) benchmark::DoNotOptimize(format.getHostValue(&stored[i * width]));
-  }
-  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(VALUES));
+  std::vector<double> out(VALUES);
+  convert(state, stored, out, [&] {
+    for (std::size_t i = 0; i < VALUES; ++i) out[i] = format.getHostValue(&stored[i * width]);
+  });
+  if (out != numbers()) std::abort();
 }
-BENCHMARK(readSingly)->ArgNames({"code", "width"})->ArgsProduct({{1, 2, 3}, {4, 8}});
 
-void logToNobody(benchmark::State& state) {
-  CoreLog log;
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(log);
-    log.log("a text that isn't converted", VERBOSITY_DEBUG);
+void writeSingly(benchmark::State& state, const FpFormat& format, std::size_t width) {
+  std::vector<unsigned char> stored(VALUES * width);
+  convert(state, numbers(), stored, [&] {
+    for (std::size_t i = 0; i < VALUES; ++i) format.putHostValue(&stored[i * width], numbers()[i]);
+  });
+}
+
+template <typename Word, double (*READ)(const unsigned char*)>
+void plainReading(benchmark::State& state) {
+  const auto stored = column(FpFormat(BIG_ENDIAN_CODE, sizeof(Word), nullptr), sizeof(Word));
+  std::vector<double> out(VALUES);
+  convert(state, stored, out, [&] {
+    for (std::size_t i = 0; i < VALUES; ++i) out[i] = READ(&stored[i * sizeof(Word)]);
+  });
+  if (out != numbers()) std::abort();
+}
+
+template <typename Word, void (*WRITE)(unsigned char*, double)>
+void plainWriting(benchmark::State& state) {
+  std::vector<unsigned char> stored(VALUES * sizeof(Word));
+  const std::vector<double>& from = numbers();
+  convert(state, from, stored, [&] {
+    for (std::size_t i = 0; i < VALUES; ++i) WRITE(&stored[i * sizeof(Word)], from[i]);
+  });
+  if (stored != column(FpFormat(BIG_ENDIAN_CODE, sizeof(Word), nullptr), sizeof(Word))) std::abort();
+}
+
+template <typename Word>
+void registerWidth() {
+  static constexpr struct {
+    const char* name;
+    unsigned char code;
+  } FORMATS[] = {{"VAX", 1}, {"host order", 2}, {"swapped", BIG_ENDIAN_CODE}};
+  constexpr std::size_t WIDTH = sizeof(Word);
+  for (const auto& f : FORMATS) {
+    const FpFormat format(f.code, WIDTH, nullptr);
+    const std::string form = std::string(f.name) + (WIDTH == 8 ? " doubles" : " singles");
+    const auto add = [&](const std::string& name, auto function, auto... arguments) {
+      benchmark::RegisterBenchmark(("stored floats: " + name).c_str(), function, arguments...);
+    };
+    add("read an array of " + form + "/zqcore27", readArray, format, WIDTH);
+    add("read an array of " + form + "/swap loop", plainReading<Word, plainRead<Word>>);
+    add("write an array of " + form + "/zqcore27", writeArray, format, WIDTH);
+    add("write an array of " + form + "/swap loop", plainWriting<Word, plainWrite<Word>>);
+    add("read single " + form + "/zqcore27", readSingly, format, WIDTH);
+    add("read single " + form + "/swap behind a call", plainReading<Word, calledRead<Word>>);
+    add("write single " + form + "/zqcore27", writeSingly, format, WIDTH);
+    add("write single " + form + "/swap behind a call", plainWriting<Word, calledWrite<Word>>);
   }
 }
-BENCHMARK(logToNobody);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+  registerWidth<std::uint64_t>();
+  registerWidth<std::uint32_t>();
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  benchmark::RunSpecifiedBenchmarks();
+}
