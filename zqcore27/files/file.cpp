@@ -1,7 +1,9 @@
 #include "zqcore27/files/file.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
+#include <span>
 #include <utility>
 
 #include "zqcore27/errors/mem_error.h"
@@ -19,6 +21,22 @@ constexpr unsigned char LINE_FEED = 10;
 constexpr unsigned char CARRIAGE_RETURN = 13;
 
 constexpr bool isLineEnd(int c) { return c == LINE_FEED || c == CARRIAGE_RETURN; }
+
+/// The number of bytes in front of the first line end, all if there is none. In pieces, so that a text whose line ends
+/// are all of one kind isn't searched to its end for the other.
+unsigned int lineRun(std::span<const unsigned char> bytes) {
+  constexpr std::size_t PIECE = 256;
+  for (std::size_t done = 0; done < bytes.size(); done += PIECE) {
+    const unsigned char* const from = bytes.data() + done;
+    std::size_t n = std::min(PIECE, bytes.size() - done);
+    const void* const lineFeed = std::memchr(from, LINE_FEED, n);
+    if (lineFeed != nullptr) n = static_cast<std::size_t>(static_cast<const unsigned char*>(lineFeed) - from);
+    const void* const carriageReturn = std::memchr(from, CARRIAGE_RETURN, n);
+    const void* const end = carriageReturn != nullptr ? carriageReturn : lineFeed;
+    if (end != nullptr) return static_cast<unsigned int>(static_cast<const unsigned char*>(end) - bytes.data());
+  }
+  return static_cast<unsigned int>(bytes.size());
+}
 
 platform::OpenFlags flagsOf(std::uint32_t access) {
   switch (access) {
@@ -92,12 +110,17 @@ bool File::readLine(String& out, String::NativeType) {
 /// Reads the bytes of one line into fLineBuffer, which has room for one more, and consumes its end.
 unsigned int File::read_raw_line() {
   unsigned int n = 0;
-  int c = fFile->get();
-  for (; c >= 0 && !isLineEnd(c); c = fFile->get()) {
-    (*fLineBuffer)[n++] = static_cast<unsigned char>(c);
-    if (n == fLineBuffer->size()) grow_line_buffer();
+  for (;;) {
+    const auto bytes = fFile->ahead();
+    if (bytes.empty()) return n;
+    const unsigned int run = lineRun(bytes);
+    while (run >= fLineBuffer->size() - n) grow_line_buffer();
+    MemAllocator::copy(**fLineBuffer + n, bytes.data(), run);
+    n += run;
+    fFile->skip(run);
+    if (run != bytes.size()) break;
   }
-  if (c < 0) return n;
+  const int c = fFile->get();
   const int next = fFile->get();
   const bool sameEnd = isLineEnd(next) && next != c;
   if (next >= 0 && !sameEnd && !fFile->unget(static_cast<unsigned char>(next))) fError = FILE_ERR_SEEK;

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "zqcore27/platform/descriptor_file.h"
 
@@ -26,11 +28,24 @@ class Stream {
   /// True if all `n` bytes were accepted.
   bool write(const void* from, std::size_t n);
   /// The next byte, or -1.
-  int get();
+  int get() {
+    const auto bytes = ahead();
+    if (bytes.empty()) return -1;
+    skip(1);
+    return bytes[0];
+  }
   bool put(unsigned char byte);
   /// Steps back before `byte`, which get has just returned. False on a stream without positions, such as a pipe; the
   /// byte is read again there, too.
   bool unget(unsigned char byte);
+  /// The bytes that the next reads give, some at least unless the file has ended or fails: enough to look through
+  /// before taking them with skip. Valid until the next operation.
+  std::span<const unsigned char> ahead() {
+    if (fDirection != Direction::READING || fNext == fEnd) return refilled();
+    return {fBuffer.data() + fNext, fEnd - fNext};
+  }
+  /// Takes `n` of the bytes that ahead has just shown.
+  void skip(std::size_t n) { fNext += n; }
   /// True once a read has met the end of the file or has failed, until the next seek.
   bool atEnd() const { return fEnded; }
   /// False as seekFile gives -1.
@@ -40,19 +55,29 @@ class Stream {
   bool flush();
 
  private:
-  struct Cookie;
   enum class Direction { NONE, READING, WRITING };
 
-  Stream() = default;
-  ~Stream() = default;
-  bool turn(Direction direction);
-  bool canSeek();
+  static constexpr std::size_t BUFFER = 16384;  // bytes
 
-  void* fStream = nullptr;  // the C runtime's stream
+  explicit Stream(OpenFlags flags) : fFlags(flags) {}
+  ~Stream() = default;
+  std::span<const unsigned char> refilled();
+  bool start_reading();
+  bool start_writing();
+  std::size_t receive(unsigned char* to, std::size_t n);
+  bool store(const unsigned char* from, std::size_t n);
+  bool store_buffer();
+
   int fDescriptor = -1;
-  Direction fDirection = Direction::NONE;  // of the last operation since a seek
+  OpenFlags fFlags;
+  bool fSeekable = false;                  // has positions
+  Direction fDirection = Direction::NONE;  // what fBuffer holds
   bool fEnded = false;                     // a read came up short since the last seek
+  bool fAtEnd = false;                     // it was the end of the file; further reads don't ask again
   bool fLost = false;                      // accepted bytes could not be stored
+  std::size_t fNext = 0;                   // reading: the first byte that isn't taken yet
+  std::size_t fEnd = 0;                    // behind the last byte that was read, or accepted and not stored yet
+  std::array<unsigned char, BUFFER> fBuffer;
 };
 
 }  // namespace platform

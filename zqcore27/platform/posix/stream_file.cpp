@@ -1,112 +1,146 @@
 #include "zqcore27/platform/stream_file.h"
 
-#include <cstdio>
+#include <algorithm>
+#include <cassert>
+#include <cstring>
 #include <memory>
 #include <new>
-
-#include "zqcore27/platform/posix/system_calls.h"
 
 inline namespace zqcore27 {
 namespace platform {
 
-namespace {
-
-FILE* fileOf(void* stream) { return static_cast<FILE*>(stream); }
-
-}  // namespace
-
-// What the C runtime's stream calls for its buffer. The runtime's own descriptor streams give up, and drop what they
-// hold, when a signal interrupts them.
-struct Stream::Cookie {
-  static ssize_t read(void* cookie, char* to, size_t n) {
-    return static_cast<ssize_t>(readFileSome(static_cast<Stream*>(cookie)->fDescriptor, to, n));
-  }
-  static ssize_t write(void* cookie, const char* from, size_t n) {
-    auto* const stream = static_cast<Stream*>(cookie);
-    const std::size_t put = writeFile(stream->fDescriptor, from, n);
-    if (put < n) stream->fLost = true;  // the runtime forgets the rest
-    return static_cast<ssize_t>(put);
-  }
-  static int seek(void* cookie, off64_t* offset, int origin) {
-    const std::int64_t position = seekFile(static_cast<Stream*>(cookie)->fDescriptor, *offset, origin);
-    if (position < 0) return -1;
-    *offset = position;
-    return 0;
-  }
-};
+// The C runtime's own streams give up, and drop what they hold, when a signal interrupts them, and they can't be looked
+// into.
 
 Stream* Stream::open(const char* path, OpenFlags flags) try {
-  std::unique_ptr<Stream, void (*)(Stream*)> stream(new Stream, [](Stream* unused) { delete unused; });
+  std::unique_ptr<Stream, void (*)(Stream*)> stream(new Stream(flags), [](Stream* unused) { delete unused; });
   stream->fDescriptor = openFile(path, flags);
   if (stream->fDescriptor < 0) return nullptr;
-  const char* const mode = flags.append ? "a" : !flags.write ? "r" : flags.read ? "r+" : "w";
-  stream->fStream = fopencookie(stream.get(), mode, {Cookie::read, Cookie::write, Cookie::seek, nullptr});
-  if (stream->fStream != nullptr) return stream.release();
-  closeFile(stream->fDescriptor);
-  return nullptr;
+  stream->fSeekable = seekFile(stream->fDescriptor, 0, SEEK_ORIGIN_CURRENT) >= 0;
+  return stream.release();
 } catch (const std::bad_alloc&) {
   return nullptr;
 }
 
 bool Stream::close(Stream* stream) {
-  const bool flushed = std::fclose(fileOf(stream->fStream)) == 0 && !stream->fLost;
+  const bool flushed = stream->flush();
   const bool closed = closeFile(stream->fDescriptor);
   delete stream;
   return flushed && closed;
 }
 
-// The runtime wants a flush between a write and a read, and a seek between a read and a write.
-bool Stream::turn(Direction direction) {
-  FILE* const file = fileOf(fStream);
-  bool turned = true;
-  if (fDirection == Direction::WRITING && direction == Direction::READING) turned = std::fflush(file) == 0;
-  if (fDirection == Direction::READING && direction == Direction::WRITING) fseeko(file, 0, SEEK_CUR);
-  fDirection = direction;
-  return turned;
-}
-
-bool Stream::read(void* to, std::size_t n) {
-  if (n == 0) return true;  // `to` may be null then, which the runtime doesn't take
-  const bool complete = turn(Direction::READING) && std::fread(to, 1, n, fileOf(fStream)) == n;
-  if (!complete) fEnded = true;
-  return complete;
-}
-
-bool Stream::write(const void* from, std::size_t n) {
-  if (n == 0) return true;
-  turn(Direction::WRITING);
-  return std::fwrite(from, 1, n, fileOf(fStream)) == n;
-}
-
-int Stream::get() {
-  const int byte = turn(Direction::READING) ? getc_unlocked(fileOf(fStream)) : EOF;
-  if (byte == EOF) fEnded = true;
-  return byte;
-}
-
-bool Stream::put(unsigned char byte) {
-  turn(Direction::WRITING);
-  return putc_unlocked(byte, fileOf(fStream)) != EOF;
-}
-
-bool Stream::canSeek() { return seekFile(fDescriptor, 0, SEEK_ORIGIN_CURRENT) >= 0; }
-
-bool Stream::unget(unsigned char byte) {
-  const bool kept = std::ungetc(byte, fileOf(fStream)) == byte;  // a seek would drop the buffer
-  return canSeek() && kept;
-}
-
-bool Stream::seek(std::int64_t offset, int origin) {
-  if (origin < SEEK_ORIGIN_START || origin > SEEK_ORIGIN_END) return false;
-  if (fseeko(fileOf(fStream), offset, origin) != 0) return false;
-  fDirection = Direction::NONE;
-  fEnded = false;
+/// False if the stream can't be read or what was written before couldn't be stored.
+bool Stream::start_reading() {
+  if (fDirection == Direction::READING) return true;
+  if (!fFlags.read || !store_buffer()) return false;
+  fDirection = Direction::READING;
+  fNext = fEnd = 0;
   return true;
 }
 
-std::int64_t Stream::tell() { return ftello(fileOf(fStream)); }
+/// Writes go on behind the last byte that was taken, not behind those read ahead.
+bool Stream::start_writing() {
+  if (fDirection == Direction::WRITING) return true;
+  if (!fFlags.write) return false;
+  if (fNext != fEnd)
+    seekFile(fDescriptor, static_cast<std::int64_t>(fNext) - static_cast<std::int64_t>(fEnd), SEEK_ORIGIN_CURRENT);
+  fDirection = Direction::WRITING;
+  fAtEnd = false;
+  fNext = fEnd = 0;
+  return true;
+}
 
-bool Stream::flush() { return std::fflush(fileOf(fStream)) == 0 && !fLost; }
+/// Reads on behind bytes that have all been taken, and returns how many came: 0 at the end and at a failure.
+std::size_t Stream::receive(unsigned char* to, std::size_t n) {
+  assert(fDirection == Direction::READING && fNext == fEnd);
+  const std::int64_t got = fAtEnd ? 0 : readFileSome(fDescriptor, to, n);
+  fAtEnd = got == 0;
+  fEnded = fEnded || got <= 0;
+  return got > 0 ? static_cast<std::size_t>(got) : 0;
+}
+
+bool Stream::store(const unsigned char* from, std::size_t n) {
+  if (writeFile(fDescriptor, from, n) == n) return true;
+  fLost = true;
+  return false;
+}
+
+/// What can't be stored is dropped.
+bool Stream::store_buffer() {
+  if (fDirection != Direction::WRITING || fEnd == 0) return true;
+  const std::size_t n = fEnd;
+  fEnd = 0;
+  return store(fBuffer.data(), n);
+}
+
+std::span<const unsigned char> Stream::refilled() {
+  if (!start_reading()) {
+    fEnded = true;
+    return {};
+  }
+  if (fNext == fEnd) {
+    fEnd = receive(fBuffer.data(), BUFFER);
+    fNext = 0;
+  }
+  return {fBuffer.data() + fNext, fEnd - fNext};
+}
+
+bool Stream::read(void* to, std::size_t n) {
+  auto* out = static_cast<unsigned char*>(to);
+  while (n != 0) {
+    std::size_t taken;
+    if (fDirection == Direction::READING && fNext == fEnd && n >= BUFFER) {
+      taken = receive(out, n);  // past the buffer
+    } else {
+      const auto bytes = ahead();
+      taken = std::min(n, bytes.size());
+      std::copy_n(bytes.data(), taken, out);
+      skip(taken);
+    }
+    if (taken == 0) return false;
+    out += taken;
+    n -= taken;
+  }
+  return true;
+}
+
+bool Stream::write(const void* from, std::size_t n) {
+  if (n == 0) return true;  // `from` may be null then
+  if (!start_writing()) return false;
+  if (n > BUFFER - fEnd && !store_buffer()) return false;
+  const auto* const bytes = static_cast<const unsigned char*>(from);
+  if (n >= BUFFER) return store(bytes, n);
+  std::memcpy(fBuffer.data() + fEnd, bytes, n);
+  fEnd += n;
+  return true;
+}
+
+bool Stream::put(unsigned char byte) { return write(&byte, 1); }
+
+bool Stream::unget([[maybe_unused]] unsigned char byte) {
+  assert(fDirection == Direction::READING && fNext != 0 && fBuffer[fNext - 1] == byte);
+  --fNext;
+  return fSeekable;
+}
+
+bool Stream::seek(std::int64_t offset, int origin) {
+  if (!store_buffer()) return false;
+  const std::size_t unread = fEnd - fNext;
+  if (origin == SEEK_ORIGIN_CURRENT) offset -= static_cast<std::int64_t>(unread);
+  if (seekFile(fDescriptor, offset, origin) < 0) return false;
+  fDirection = Direction::NONE;
+  fNext = fEnd = 0;
+  fEnded = fAtEnd = false;
+  return true;
+}
+
+std::int64_t Stream::tell() {
+  if (!store_buffer()) return -1;
+  const std::int64_t position = seekFile(fDescriptor, 0, SEEK_ORIGIN_CURRENT);
+  return position < 0 ? -1 : position - static_cast<std::int64_t>(fEnd - fNext);
+}
+
+bool Stream::flush() { return store_buffer() && !fLost; }
 
 }  // namespace platform
 }  // namespace zqcore27
