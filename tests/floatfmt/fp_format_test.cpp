@@ -217,6 +217,14 @@ TEST(FpFormatTest, KindFourIsRefusedAndNothingWritten) {
       EXPECT_EQ(raised([&] { f.putHostValues(bytes, values, 3, width); }), FPError::NOT_STORABLE);
       EXPECT_EQ(f.getHostValue(bytes), 1.0) << "what stands before it is written";
       EXPECT_EQ(hex(bytes + width, 16), std::string(32, '0'));
+      std::vector<double> many(600, 1.0);
+      many[300] = values[1];
+      std::vector<unsigned char> column(many.size() * width);
+      EXPECT_EQ(raised([&] { f.putHostValues(column.data(), many.data(), many.size(), width); }),
+                FPError::NOT_STORABLE);
+      EXPECT_EQ(f.getHostValue(&column[299 * width]), 1.0);
+      EXPECT_TRUE(std::all_of(column.begin() + static_cast<std::ptrdiff_t>(300 * width), column.end(),
+                              [](unsigned char byte) { return byte == 0; }));
     }
   }
 }
@@ -291,6 +299,10 @@ TEST(FpFormatTest, ArraysGiveWhatSingleCallsGiveOneAfterTheOther) {
     for (std::size_t i = 0; i < n; ++i) one[VALUES_AT / 8 + i] = bits(f.getHostValue(stored + i * stride));
     f.getHostValues(column, values, n, stride);
     ASSERT_TRUE(one == all) << "read";
+    if (at == BEHIND) {  // nothing that is left unwritten may look written
+      for (auto* const words : {&one, &all})
+        std::memset(reinterpret_cast<unsigned char*>(words->data()) + at, 0xA5, n * width);
+    }
     for (std::size_t i = 0; i < n; ++i) f.putHostValue(stored + i * stride, fromBits(one[VALUES_AT / 8 + i]));
     f.putHostValues(column, values, n, stride);
     ASSERT_TRUE(one == all) << "written";

@@ -72,25 +72,8 @@ Word load(const unsigned char* from) {
   return word;
 }
 
-/// What doesn't go the ordinary way: the marks, and where they stand.
-struct Specials {
-  Specials(const Marks& m, int s)
-      : marks(m), shift(s), common(m[0] & m[1] & m[2] & m[3]), fixed(~((m[0] | m[1] | m[2] | m[3]) ^ common)) {}
-
-  Marks marks;
-  int shift;             // of the word that marks are compared with, in bits
-  std::uint32_t common;  // the bits that all marks have
-  std::uint32_t fixed;   // the bits in which all marks agree
-};
-
-template <typename Codec>
-double decode(typename Codec::Word stored, const Specials& specials) {
-  const auto w = static_cast<std::uint32_t>(stored >> specials.shift);
-  for (std::size_t i = 0; i < MARKED_KINDS.size(); ++i) {
-    if (w == specials.marks[i]) return doubleOf(PATTERNS[MARKED_KINDS[i]]);
-  }
-  return stored == 0 ? 0.0 : asDouble(Codec::decode(stored));
-}
+// Apart from those who raise it, who then need no frame for it.
+[[noreturn, gnu::cold, gnu::noinline]] void refuse(std::uint32_t code) { throw FPError(code, false); }
 
 template <typename Word>
 Word twice(std::uint32_t mark) {
@@ -98,27 +81,104 @@ Word twice(std::uint32_t mark) {
   return mark;
 }
 
+/// The marks of a format, and where they stand in a stored word.
+struct Stored {
+  const Marks& marks;
+  int shift;  // of the half that marks are compared with, in bits
+};
+
 template <typename Codec>
-typename Codec::Word encode(double value, const Specials& specials) {
+double decode(typename Codec::Word stored, const Stored& form) {
+  const auto w = static_cast<std::uint32_t>(stored >> form.shift);
+  for (std::size_t i = 0; i < MARKED_KINDS.size(); ++i) {
+    if (w == form.marks[i]) [[unlikely]] {
+      return doubleOf(PATTERNS[MARKED_KINDS[i]]);
+    }
+  }
+  if (!Codec::DECODES_ZERO && stored == 0) return 0.0;
+  return asDouble(Codec::decode(stored));
+}
+
+// The kinds that aren't written as ordinary numbers, by their patterns: those with a mark and the one that has none.
+constexpr Marks MARKED_PATTERNS = {PATTERNS[MARKED_KINDS[0]], PATTERNS[MARKED_KINDS[1]], PATTERNS[MARKED_KINDS[2]],
+                                   PATTERNS[MARKED_KINDS[3]]};
+constexpr std::uint32_t REFUSED_PATTERN = PATTERNS[FpFormat::FT_SPECIAL_4];
+constexpr std::uint32_t LOWEST_PATTERN = std::min(std::ranges::min(MARKED_PATTERNS), REFUSED_PATTERN);
+constexpr std::uint32_t HIGHEST_PATTERN = std::max(std::ranges::max(MARKED_PATTERNS), REFUSED_PATTERN);
+
+template <typename Codec>
+typename Codec::Word encode(double value, const Marks& marks) {
   using Word = typename Codec::Word;
   const std::uint32_t h = highHalf(value);
-  for (std::size_t i = 0; i < MARKED_KINDS.size(); ++i) {
-    if (h == PATTERNS[MARKED_KINDS[i]]) return twice<Word>(specials.marks[i]);
+  if (h - LOWEST_PATTERN <= HIGHEST_PATTERN - LOWEST_PATTERN) [[unlikely]] {
+    for (std::size_t i = 0; i < marks.size(); ++i) {
+      if (h == MARKED_PATTERNS[i]) return twice<Word>(marks[i]);
+    }
+    if (h == REFUSED_PATTERN) refuse(FPError::NOT_STORABLE);
   }
-  if (h == PATTERNS[FpFormat::FT_SPECIAL_4]) throw FPError(FPError::NOT_STORABLE, false);
   return h == 0 ? Word{0} : Codec::encode(bitsOf<Word>(value));
 }
 
-constexpr std::size_t BLOCK = 256;  // values that are decoded before a look at what was special among them
+constexpr std::size_t BLOCK = 256;  // values that are converted before a look at what was special among them
 
-/// The top bit is set if `v` is zero and clear otherwise: a comparison that vectors of all words have on every machine.
-template <typename Words>
-Words zeroAtTop(Words v) {
-  return (v - 1) & ~v;
-}
+using floatfmt::Words32;
+using floatfmt::Words64;
 
-void store(double* to, floatfmt::Words64 bits) { std::memcpy(to, &bits, sizeof bits); }
-void store(double* to, floatfmt::Words32 bits) {
+/// Finds marks in stored words by the bits in which all marks agree: none is missed, a few words are found without
+/// need.
+template <typename Codec>
+class MarkFilter {
+ public:
+  using Words = typename Codec::Words;
+
+  explicit MarkFilter(const Stored& form) {
+    std::uint32_t common = ~0u, any = 0;
+    for (const std::uint32_t mark : form.marks) {
+      common &= mark;
+      any |= mark;
+    }
+    // Zero is found as well where it needs to be, by leaving the marks' own bits aside.
+    const std::uint32_t agreed = ~(any ^ common) & (Codec::DECODES_ZERO ? ~0u : ~common);
+    using Word = typename Codec::Word;
+    const Word otherHalf = static_cast<Word>(~(Word{0xFFFFFFFF} << form.shift));
+    fMask = Words{} + (Word{agreed} << form.shift);
+    fMatch = (Words32)(Words{} + (Word{common & agreed} << form.shift | otherHalf));  // which never matches
+  }
+  void look(Words words) { fFound |= (Words32)((Words32)(words & fMask) == fMatch); }
+  bool found() const { return (fFound[0] | fFound[1] | fFound[2] | fFound[3]) != 0; }
+
+ private:
+  Words fMask;
+  Words32 fMatch;
+  Words32 fFound{};
+};
+
+/// Finds values that aren't written as ordinary numbers by how their high halves begin: none is missed, and beside them
+/// only numbers at the ends of the range are found.
+class SpecialFilter {
+ public:
+  void look(Words64 bits) {
+    const auto bytes = (Bytes)bits;
+    const auto words = (Words)bits;
+    fLowest = bytes < fLowest ? bytes : fLowest;
+    fHighest = words > fHighest ? words : fHighest;
+  }
+  bool found() const {
+    return fLowest[7] == 0 || fLowest[15] == 0 || fHighest[3] >= PATTERNS_BEGIN || fHighest[7] >= PATTERNS_BEGIN;
+  }
+
+ private:
+  typedef std::uint8_t Bytes __attribute__((vector_size(16)));
+  typedef std::int16_t Words __attribute__((vector_size(16)));
+  static constexpr std::int16_t PATTERNS_BEGIN = LOWEST_PATTERN >> 16;
+  static_assert(HIGHEST_PATTERN <= 0x7FFFFFFF, "signed, all patterns are among the highest");
+
+  Bytes fLowest = ~Bytes{};
+  Words fHighest{};
+};
+
+void store(double* to, Words64 bits) { std::memcpy(to, &bits, sizeof bits); }
+void store(double* to, Words32 bits) {
   float values[4];
   std::memcpy(values, &bits, sizeof bits);
   for (std::size_t i = 0; i < 4; ++i) to[i] = values[i];
@@ -127,29 +187,59 @@ void store(double* to, floatfmt::Words32 bits) {
 /// Decodes BLOCK consecutive words that don't overlap `values`, all in the ordinary way. True if a word among them may
 /// be special.
 template <typename Codec>
-bool decodeBlock(const unsigned char* stored, double* values, const Specials& specials) {
-  using Word = typename Codec::Word;
+bool decodeBlock(const unsigned char* stored, double* values, const Stored& form) {
   using Words = typename Codec::Words;
-  constexpr std::size_t STEP = sizeof(Words) / sizeof(Word);
-  const Word fixed = Word{specials.fixed} << specials.shift, common = Word{specials.common} << specials.shift;
-  Words special = {};
+  constexpr std::size_t STEP = sizeof(Words) / sizeof(typename Codec::Word);
+  MarkFilter<Codec> special(form);
   for (std::size_t i = 0; i < BLOCK; i += STEP) {
     Words words;
-    std::memcpy(&words, stored + i * sizeof(Word), sizeof words);
-    special |= zeroAtTop<Words>((words & fixed) ^ common);
-    if constexpr (!Codec::DECODES_ZERO) special |= zeroAtTop(words);
+    std::memcpy(&words, stored + i * sizeof(typename Codec::Word), sizeof words);
+    special.look(words);
     store(values + i, Codec::template decode<Words>(words));
   }
-  Word all = 0;
-  for (std::size_t i = 0; i < STEP; ++i) all |= special[i];
-  return all >> (sizeof(Word) * 8 - 1) != 0;
+  return special.found();
+}
+
+template <typename Words>
+Words loadBits(const double* from) {
+  Words bits;
+  if constexpr (sizeof(bits[0]) == 8) {
+    std::memcpy(&bits, from, sizeof bits);
+  } else {
+    float values[4];
+    for (std::size_t i = 0; i < 4; ++i) values[i] = static_cast<float>(from[i]);
+    std::memcpy(&bits, values, sizeof bits);
+  }
+  return bits;
+}
+
+/// Encodes BLOCK values, all in the ordinary way. True if a value among them may be special.
+template <typename Codec>
+bool encodeBlock(const double* values, typename Codec::Word* words) {
+  using Words = typename Codec::Words;
+  constexpr std::size_t STEP = sizeof(Words) / sizeof(typename Codec::Word);
+  SpecialFilter special;
+  for (std::size_t i = 0; i < BLOCK; i += STEP) {
+    for (std::size_t j = i; j < i + STEP; j += 2) special.look(loadBits<Words64>(values + j));
+    const Words encoded = Codec::template encode<Words>(loadBits<Words>(values + i));
+    std::memcpy(words + i, &encoded, sizeof encoded);
+  }
+  return special.found();
 }
 
 template <typename Codec>
-void decodeSingly(const unsigned char* stored, double* values, std::size_t n, std::size_t stride,
-                  const Specials& specials) {
-  using Word = typename Codec::Word;
-  for (std::size_t i = 0; i < n; ++i) values[i] = decode<Codec>(load<Word>(stored + i * stride), specials);
+void decodeSingly(const unsigned char* stored, double* values, std::size_t n, std::size_t stride, const Stored& form) {
+  for (std::size_t i = 0; i < n; ++i) {
+    values[i] = decode<Codec>(load<typename Codec::Word>(stored + i * stride), form);
+  }
+}
+
+template <typename Codec>
+void encodeSingly(unsigned char* stored, const double* values, std::size_t n, std::size_t stride, const Marks& marks) {
+  for (std::size_t i = 0; i < n; ++i) {
+    const auto word = encode<Codec>(values[i], marks);
+    std::memcpy(stored + i * stride, &word, sizeof word);
+  }
 }
 
 bool overlap(const void* a, std::size_t aSize, const void* b, std::size_t bSize) {
@@ -157,22 +247,44 @@ bool overlap(const void* a, std::size_t aSize, const void* b, std::size_t bSize)
   return x < y + bSize && y < x + aSize;
 }
 
-/// Whole blocks go the ordinary way first, and only those with something special in them are read again.
+/// Whether values of `width` bytes lie side by side in memory of their own: only then whole blocks are converted before
+/// a look at what was special among them.
+bool inBlocks(const void* stored, const double* values, std::size_t count, std::size_t stride, std::size_t width) {
+  return stride == width && !overlap(stored, count * width, values, count * sizeof(double));
+}
+
+/// Blocks with something special in them are read again.
 template <typename Codec>
-void decodeAll(const unsigned char* stored, double* values, std::size_t count, std::size_t stride,
-               const Specials& specials) {
+void decodeAll(const unsigned char* stored, double* values, std::size_t count, std::size_t stride, const Stored& form) {
   constexpr std::size_t WIDTH = sizeof(typename Codec::Word);
-  const std::size_t span = (count - 1) * stride + WIDTH;
   std::size_t done = 0;
-  if (stride == WIDTH && !overlap(stored, span, values, count * sizeof(double))) {
+  if (inBlocks(stored, values, count, stride, WIDTH)) {
     for (; count - done >= BLOCK; done += BLOCK) {
       const unsigned char* const from = stored + done * WIDTH;
-      if (decodeBlock<Codec>(from, values + done, specials)) {
-        decodeSingly<Codec>(from, values + done, BLOCK, WIDTH, specials);
+      if (decodeBlock<Codec>(from, values + done, form)) {
+        decodeSingly<Codec>(from, values + done, BLOCK, WIDTH, form);
       }
     }
   }
-  decodeSingly<Codec>(stored + done * stride, values + done, count - done, stride, specials);
+  decodeSingly<Codec>(stored + done * stride, values + done, count - done, stride, form);
+}
+
+/// Blocks go out when nothing special was in them, since a value that is refused leaves all behind it unwritten.
+template <typename Codec>
+void encodeAll(unsigned char* stored, const double* values, std::size_t count, std::size_t stride, const Marks& marks) {
+  constexpr std::size_t WIDTH = sizeof(typename Codec::Word);
+  std::size_t done = 0;
+  if (inBlocks(stored, values, count, stride, WIDTH)) {
+    for (; count - done >= BLOCK; done += BLOCK) {
+      typename Codec::Word words[BLOCK];
+      if (encodeBlock<Codec>(values + done, words)) {
+        encodeSingly<Codec>(stored + done * WIDTH, values + done, BLOCK, WIDTH, marks);
+      } else {
+        std::memcpy(stored + done * WIDTH, words, sizeof words);
+      }
+    }
+  }
+  encodeSingly<Codec>(stored + done * stride, values + done, count - done, stride, marks);
 }
 
 }  // namespace
@@ -185,6 +297,7 @@ FpFormat::FpFormat(unsigned char code, unsigned char width, std::int32_t* status
 std::int32_t FpFormat::initStandAlone(unsigned char code, unsigned char width) {
   fFormat = code;
   fWidth = width;
+  fForm = form();
   if (width != 4 && width != 8) throw FPError(FPError::BAD_WIDTH, false);
   const std::uint32_t selected = 1u << (code & 31);
   const auto* const row = std::find_if(std::begin(FORMATS), std::end(FORMATS),
@@ -194,6 +307,7 @@ std::int32_t FpFormat::initStandAlone(unsigned char code, unsigned char width) {
   fMarks = width == 8 ? row->wide : row->narrow;
   fMarkOffset = width == 8 && !row->swapped && !vax ? 4 : 0;
   fFlags = READY | (row->swapped ? SWAPPED : 0u) | (vax ? VAX : 0u);
+  fForm = form();
   return row->swapped ? 1 : 0;
 }
 
@@ -219,63 +333,92 @@ double FpFormat::getNAN(FloatTYPE kind) {
 }
 
 // A refused set-up can leave a ready converter with any width: with one that no value has, nothing can be converted.
-void FpFormat::require_ready() const {
-  if ((fFlags & READY) == 0 || (fWidth != 4 && fWidth != 8)) throw FPError(FPError::NOT_READY, false);
+FpFormat::Form FpFormat::form() const {
+  if ((fFlags & READY) == 0 || (fWidth != 4 && fWidth != 8)) return NO_FORM;
+  if ((fFlags & VAX) != 0) return fWidth == 8 ? VAX_DOUBLE : VAX_SINGLE;
+  if ((fFlags & SWAPPED) != 0) return fWidth == 8 ? SWAPPED_DOUBLE : SWAPPED_SINGLE;
+  return fWidth == 8 ? HOST_DOUBLE : HOST_SINGLE;
 }
 
 // ... and with a width of 4 behind the set-up for one of 8, whose mark lay behind the first four bytes.
 std::int32_t FpFormat::mark_offset() const { return fWidth == 8 ? fMarkOffset : 0; }
 
-/// Calls `use` with the codec of the stored form and what is special in it.
+/// Calls `use` with the codec of the stored form.
 template <typename Use>
 void FpFormat::with_codec(Use use) const {
   using namespace floatfmt;
-  require_ready();
-  const Specials specials(fMarks, mark_offset() * 8);
-  if (fWidth == 8) {
-    if ((fFlags & VAX) != 0) return use(VaxDouble(), specials);
-    if ((fFlags & SWAPPED) != 0) return use(Swapped<std::uint64_t>(), specials);
-    return use(HostOrder<std::uint64_t>(), specials);
+  switch (fForm) {
+    case HOST_DOUBLE:
+      return use(HostOrder<std::uint64_t>());
+    case SWAPPED_DOUBLE:
+      return use(Swapped<std::uint64_t>());
+    case VAX_DOUBLE:
+      return use(VaxDouble());
+    case HOST_SINGLE:
+      return use(HostOrder<std::uint32_t>());
+    case SWAPPED_SINGLE:
+      return use(Swapped<std::uint32_t>());
+    case VAX_SINGLE:
+      return use(VaxSingle());
+    case NO_FORM:
+      break;
   }
-  if ((fFlags & VAX) != 0) return use(VaxSingle(), specials);
-  if ((fFlags & SWAPPED) != 0) return use(Swapped<std::uint32_t>(), specials);
-  use(HostOrder<std::uint32_t>(), specials);
+  refuse(FPError::NOT_READY);
 }
 
+template <typename Codec>
+double FpFormat::read_one(const FpFormat& format, const void* stored) {
+  const auto word = load<typename Codec::Word>(static_cast<const unsigned char*>(stored));
+  return decode<Codec>(word, {format.fMarks, sizeof word == 8 ? format.fMarkOffset * 8 : 0});
+}
+
+template <typename Codec>
+void FpFormat::write_one(const FpFormat& format, void* stored, double value) {
+  const auto word = encode<Codec>(value, format.fMarks);
+  std::memcpy(stored, &word, sizeof word);
+}
+
+// By tables in the order of Form, the shortest way from a call to the conversion.
 double FpFormat::getHostValue(const void* stored) const {
-  double value = 0;
-  with_codec([&]<typename Codec>(Codec, const Specials& specials) {
-    value = decode<Codec>(load<typename Codec::Word>(static_cast<const unsigned char*>(stored)), specials);
-  });
-  return value;
+  using namespace floatfmt;
+  static constexpr double (*READ[])(const FpFormat&, const void*) = {
+      [](const FpFormat&, const void*) -> double { refuse(FPError::NOT_READY); },
+      read_one<HostOrder<std::uint64_t>>,
+      read_one<Swapped<std::uint64_t>>,
+      read_one<VaxDouble>,
+      read_one<HostOrder<std::uint32_t>>,
+      read_one<Swapped<std::uint32_t>>,
+      read_one<VaxSingle>};
+  return READ[fForm](*this, stored);
 }
 
 void FpFormat::putHostValue(void* stored, double value) const {
-  with_codec([&]<typename Codec>(Codec, const Specials& specials) {
-    const auto word = encode<Codec>(value, specials);
-    std::memcpy(stored, &word, sizeof word);
-  });
+  using namespace floatfmt;
+  static constexpr void (*WRITE[])(const FpFormat&, void*, double) = {
+      [](const FpFormat&, void*, double) { refuse(FPError::NOT_READY); },
+      write_one<HostOrder<std::uint64_t>>,
+      write_one<Swapped<std::uint64_t>>,
+      write_one<VaxDouble>,
+      write_one<HostOrder<std::uint32_t>>,
+      write_one<Swapped<std::uint32_t>>,
+      write_one<VaxSingle>};
+  WRITE[fForm](*this, stored, value);
 }
 
 void FpFormat::getHostValues(const void* stored, double* values, std::size_t count, std::size_t stride) const {
-  with_codec([&]<typename Codec>(Codec, const Specials& specials) {
-    if (count == 0) return;
-    decodeAll<Codec>(static_cast<const unsigned char*>(stored), values, count, stride, specials);
+  with_codec([&]<typename Codec>(Codec) {
+    decodeAll<Codec>(static_cast<const unsigned char*>(stored), values, count, stride, {fMarks, mark_offset() * 8});
   });
 }
 
 void FpFormat::putHostValues(void* stored, const double* values, std::size_t count, std::size_t stride) const {
-  with_codec([&]<typename Codec>(Codec, const Specials& specials) {
-    auto* to = static_cast<unsigned char*>(stored);
-    for (std::size_t i = 0; i < count; ++i, to += stride) {
-      const auto word = encode<Codec>(values[i], specials);
-      std::memcpy(to, &word, sizeof word);
-    }
+  with_codec([&]<typename Codec>(Codec) {
+    encodeAll<Codec>(static_cast<unsigned char*>(stored), values, count, stride, fMarks);
   });
 }
 
 std::int32_t FpFormat::getHostMARK(std::uint32_t* mark) const {
-  require_ready();
+  if (fForm == NO_FORM) refuse(FPError::NOT_READY);
   *mark = fMarks[3];
   return mark_offset();
 }

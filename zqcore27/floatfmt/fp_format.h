@@ -93,18 +93,32 @@ class ZQCORE27_EXPORT FpFormat {
 
  private:
   enum Flag : std::uint32_t { READY = 1, SWAPPED = 2, VAX = 4 };
+  enum Form : std::uint8_t {
+    NO_FORM = 0,
+    HOST_DOUBLE = 1,
+    SWAPPED_DOUBLE = 2,
+    VAX_DOUBLE = 3,
+    HOST_SINGLE = 4,
+    SWAPPED_SINGLE = 5,
+    VAX_SINGLE = 6
+  };
 
   static FloatTYPE testValue(std::uint32_t word);
-  void require_ready() const;
+  Form form() const;
   std::int32_t mark_offset() const;
   template <typename Use>
   void with_codec(Use use) const;
+  template <typename Codec>
+  static double read_one(const FpFormat& format, const void* stored);
+  template <typename Codec>
+  static void write_one(const FpFormat& format, void* stored, double value);
 
   std::uint32_t fFlags = 0;
   std::int32_t fMarkOffset = 0;           // of the word in a stored value that marks are compared with, in bytes
   std::array<std::uint32_t, 4> fMarks{};  // the stored forms of kinds 1, 2, 3 and 7
   std::uint8_t fFormat = 0;
   std::uint8_t fWidth = 0;  // bytes of a stored value
+  Form fForm = NO_FORM;     // what flags and width come to; NO_FORM: nothing can be converted
 };
 
 }  // namespace zqcore27

@@ -52,9 +52,9 @@ constexpr Words fp_from_vax_single(Words stored) {
   return ((bits - (2u << 23)) & large) | (VAX_SINGLE_TOO_SMALL & ~large);
 }
 
-constexpr std::uint32_t fp_to_vax_single(std::uint32_t bits) {
-  const std::uint32_t exponent = (bits + (2u << 23)) & 0x7F800000;
-  return reverseWords((bits & 0x807FFFFF) | exponent);
+template <typename Words>
+constexpr Words fp_to_vax_single(Words bits) {
+  return reverseWords((bits & 0x80000000u) | ((bits + (2u << 23)) & 0x7FFFFFFFu));
 }
 
 // VAX double: sign, 8 bits of exponent, 55 of fraction, 3 more than an IEEE double has. They are dropped.
@@ -66,9 +66,9 @@ constexpr Words fp_from_vax_double(Words stored) {
   return (bits & SIGN) | (((bits & ~SIGN) >> 3) + (std::uint64_t{894} << 52));
 }
 
-constexpr std::uint64_t fp_to_vax_double(std::uint64_t bits) {
-  const std::uint64_t exponent = ((bits >> 52) - 126) & 0xFF;
-  return reverseWords((bits & SIGN) | exponent << 55 | ((bits << 3) & 0x7FFFFFFFFFFFFF));
+template <typename Words>
+constexpr Words fp_to_vax_double(Words bits) {
+  return reverseWords((bits & SIGN) | (((bits - (std::uint64_t{126} << 52)) << 3) & ~SIGN));
 }
 
 /// At width 8 a codec's words are 64 bits, those of doubles; at width 4 32 bits, those of floats. One that decodes zero
@@ -82,7 +82,10 @@ struct HostOrder {
   static constexpr Words decode(Words stored) {
     return stored;
   }
-  static constexpr Word encode(Word bits) { return bits; }
+  template <typename Words>
+  static constexpr Words encode(Words bits) {
+    return bits;
+  }
 };
 
 template <typename Bits>
@@ -94,7 +97,10 @@ struct Swapped {
   static constexpr Words decode(Words stored) {
     return reverse(stored);
   }
-  static constexpr Word encode(Word bits) { return reverse(bits); }
+  template <typename Words>
+  static constexpr Words encode(Words bits) {
+    return reverse(bits);
+  }
 };
 
 struct VaxSingle {
@@ -105,7 +111,10 @@ struct VaxSingle {
   static constexpr Words decode(Words stored) {
     return fp_from_vax_single(stored);
   }
-  static constexpr Word encode(Word bits) { return fp_to_vax_single(bits); }
+  template <typename Words>
+  static constexpr Words encode(Words bits) {
+    return fp_to_vax_single(bits);
+  }
 };
 
 struct VaxDouble {
@@ -116,7 +125,10 @@ struct VaxDouble {
   static constexpr Words decode(Words stored) {
     return fp_from_vax_double(stored);
   }
-  static constexpr Word encode(Word bits) { return fp_to_vax_double(bits); }
+  template <typename Words>
+  static constexpr Words encode(Words bits) {
+    return fp_to_vax_double(bits);
+  }
 };
 
 }  // namespace floatfmt
