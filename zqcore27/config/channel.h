@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <iosfwd>
+#include <span>
 
 #include "zqcore27/strings/string.h"
 
@@ -15,6 +16,8 @@ class ConfigDataChannel {
  public:
   /// What a file channel delivers once a byte of this value has ended it.
   static constexpr std::uint16_t CUT_OFF_CHAR = 1;
+  /// Config::EOF_CHAR.
+  static constexpr std::uint16_t END_CHAR = 26;
 
   ConfigDataChannel() = default;
   ConfigDataChannel(const ConfigDataChannel&) = delete;
@@ -31,8 +34,41 @@ class ConfigDataChannel {
   /// Whether the channel has ended before its end, with CUT_OFF_CHAR: all further characters are that one.
   virtual bool cutOff() const { return false; }
 
+  /// getC and ungetC, without a call where a plain byte lies ready.
+  std::uint16_t take() {
+    if (fCursor >= fPlainEnd || !isPlain(*fCursor)) return getC();
+    fLastBytes = 1;
+    return *fCursor++;
+  }
+  void giveBack(std::uint16_t ch) {
+    if (fLastBytes != 1) {
+      ungetC(ch);
+      return;
+    }
+    --fCursor;
+    fLastBytes = 0;
+  }
+  /// Bytes that lie ready, none in a channel that has no bytes in hand. Each one up to the first that isn't plain is a
+  /// character of its own. Valid until the next call.
+  std::span<const unsigned char> ahead() const {
+    if (fCursor >= fPlainEnd) return {};
+    return {fCursor, fPlainEnd};
+  }
+  /// Takes the first `n` bytes of ahead, 1 or more, all of them plain.
+  void skip(std::uint32_t n) {
+    fCursor += n;
+    fLastBytes = 1;
+  }
+  /// One byte, one character, and nothing to look at besides: the ends of a text are told apart elsewhere.
+  static constexpr bool isPlain(unsigned char byte) { return byte < 0x80 && byte != END_CHAR && byte != CUT_OFF_CHAR; }
+
   void setUTF8(bool utf8) { fUTF8 = utf8; }
   bool utf8() const { return fUTF8; }
+
+ protected:
+  const unsigned char* fCursor = nullptr;    // the next byte, of a channel that has bytes in hand
+  const unsigned char* fPlainEnd = nullptr;  // up to here a plain byte needs no look at the channel's state
+  std::uint32_t fLastBytes = 0;              // of the character read last; 0: none of these bytes to give back
 
  private:
   bool fUTF8 = false;  // bytes are UTF-8, not native text; acts where bytes are decoded

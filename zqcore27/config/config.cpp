@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "zqcore27/config/channel.h"
+#include "zqcore27/config/config_chars.h"
 #include "zqcore27/config/decrypt_channel.h"
 #include "zqcore27/config/file_channel.h"
 #include "zqcore27/errors/string_error.h"
@@ -46,31 +47,7 @@ void Config::setUTF8(bool utf8) {
 std::uint32_t Config::line() const { return std::max<std::uint32_t>(fSeen.line, 1); }
 std::uint32_t Config::tokenLine() const { return std::max<std::uint32_t>(fTokenPlace.line, 1); }
 
-std::uint16_t Config::getC() {
-  fSeen = fNext;
-  const std::uint16_t c = fChannel->getC();
-  ++fChars;
-  if (channel_is_cut_off(c)) return fCutOffShown ? EOF_CHAR : c;
-  if (c == '\n') {
-    ++fNext.line;
-    fNext.column = 1;
-  } else if (c != EOF_CHAR) {
-    ++fNext.column;
-  }
-  return c;
-}
-
-void Config::ungetC(std::uint16_t c) {
-  fChannel->ungetC(c);
-  --fChars;
-  fNext = fSeen;
-}
-
 std::uint16_t Config::putC(std::uint16_t c) { return fChannel->putC(c); }
-
-bool Config::channel_is_cut_off(std::uint16_t c) const {
-  return c == ConfigDataChannel::CUT_OFF_CHAR && fChannel->cutOff();
-}
 
 void Config::skipLine() {
   fHeld = false;

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <iosfwd>
 #include <memory>
+#include <span>
 
 #include "zqcore27/platform/export.h"
 #include "zqcore27/strings/string.h"
@@ -225,7 +226,7 @@ class ZQCORE27_EXPORT Config {
   TokenType enabled_separator(std::uint16_t c);
   TokenType set_tok_str_to_sep(TokenType t);
   TokenType scan_word(std::uint16_t first);
-  bool ends_word(std::uint16_t c, bool exponentMark) const;
+  std::uint32_t word_enders() const;
   TokenType end_token(TokenType t);
   [[noreturn]] void fail_scan(std::uint32_t code);
   static std::int32_t digit(std::uint16_t c, bool hex);
@@ -234,6 +235,11 @@ class ZQCORE27_EXPORT Config {
   std::uint16_t getC();
   void ungetC(std::uint16_t c);
   std::uint16_t putC(std::uint16_t c);
+  static constexpr std::uint32_t NO_CHAR = 0x10000;
+  std::uint32_t peek();
+  std::span<const unsigned char> ahead() const;
+  void skip(std::uint32_t n);
+  void skip_up_to(std::uint32_t classes);
   bool channel_is_cut_off(std::uint16_t c) const;
 
   std::unique_ptr<ConfigDataChannel> fChannel;

@@ -43,7 +43,7 @@ std::int32_t Config::get_int() {
   if (next_token() != INT_TOKEN) refuse(ConfigError::NOT_AN_INTEGER);
   releaseToken();
   std::uint32_t value = 0;
-  for (const std::uint16_t c : fToken.units()) value = value * 10 + static_cast<std::uint32_t>(digit(c, false));
+  for (const std::uint16_t c : fToken.units()) value = value * 10 + (c - std::uint32_t{'0'});
   return static_cast<std::int32_t>(minus ? 0 - value : value);
 }
 

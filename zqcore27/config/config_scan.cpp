@@ -1,10 +1,12 @@
 // The tokeniser.
 
+#include <algorithm>
 #include <array>
-#include <cassert>
+#include <span>
 
 #include "zqcore27/config/channel.h"
 #include "zqcore27/config/config.h"
+#include "zqcore27/config/config_chars.h"
 #include "zqcore27/config/config_error.h"
 
 inline namespace zqcore27 {
@@ -53,15 +55,43 @@ constexpr std::array<Separator, 26> SEPARATORS = {{
     {Config::SEP_HASH, '#', 0, Config::HASH_TOKEN},
 }};
 
-// The separators that begin with a character, by that character.
-constexpr std::array<Config::SeparatorType, 128> make_begun() {
-  std::array<Config::SeparatorType, 128> begun{};
-  for (const Separator& s : SEPARATORS) begun[static_cast<unsigned char>(s.first)] |= s.bit;
-  return begun;
-}
-constexpr auto BEGUN = make_begun();
+// What a character is, as bits: the separators that begin with it, and these.
+constexpr std::uint32_t NOT_PLAIN = 1u << 27;     // it doesn't stand for itself as a byte of a channel
+constexpr std::uint32_t LINE_ENDS = 1u << 28;     // it ends a remark
+constexpr std::uint32_t QUOTED_STOPS = 1u << 29;  // it isn't just stored in a quoted keyword
+constexpr std::uint32_t STRING_STOPS = 1u << 30;  // ... in a string
+constexpr std::uint32_t WORD_ENDS = 1u << 31;     // it ends a word, whatever is enabled
 
-Config::SeparatorType separators_begun_by(std::uint16_t c) { return c < BEGUN.size() ? BEGUN[c] : 0; }
+constexpr Config::SeparatorType separators_of_length(int length) {
+  Config::SeparatorType all = 0;
+  for (const Separator& s : SEPARATORS) all |= (s.second == 0 ? 1 : 2) == length ? s.bit : 0;
+  return all;
+}
+constexpr Config::SeparatorType SINGLES = separators_of_length(1);
+constexpr Config::SeparatorType ALL_SEPARATORS = SINGLES | separators_of_length(2);
+static_assert((ALL_SEPARATORS & (NOT_PLAIN | LINE_ENDS | QUOTED_STOPS | STRING_STOPS | WORD_ENDS)) == 0);
+static_assert(std::ranges::all_of(SEPARATORS, [](const Separator& s) { return s.second != 0 || s.type == s.first; }),
+              "the type of a separator of one character is its code");
+
+constexpr std::array<std::uint32_t, 256> make_classes() {
+  std::array<std::uint32_t, 256> classes{};
+  for (std::size_t c = 0; c < classes.size(); ++c) {
+    if (!ConfigDataChannel::isPlain(static_cast<unsigned char>(c))) classes[c] |= NOT_PLAIN;
+    if (c < FIRST_CONTROL_FREE) classes[c] |= QUOTED_STOPS | (c == TAB ? 0 : STRING_STOPS);
+  }
+  for (const Separator& s : SEPARATORS) classes[static_cast<unsigned char>(s.first)] |= s.bit;
+  for (const auto c : {TAB, LF, CR, std::uint16_t{' '}, Config::EOF_CHAR}) classes[c] |= WORD_ENDS;
+  for (const char c : {'!', '"', '&', '\'', '|'}) classes[static_cast<unsigned char>(c)] |= WORD_ENDS;
+  for (const auto c : {LF, CR}) classes[c] |= LINE_ENDS;
+  for (const auto c : {std::uint16_t{'"'}, std::uint16_t{'\\'}, DEL}) classes[c] |= STRING_STOPS;
+  classes['\''] |= QUOTED_STOPS;
+  return classes;
+}
+constexpr auto CLASSES = make_classes();
+
+std::uint32_t classes_of(std::uint32_t c) { return c < CLASSES.size() ? CLASSES[c] : 0; }
+
+Config::SeparatorType separators_begun_by(std::uint32_t c) { return classes_of(c) & ALL_SEPARATORS; }
 
 bool is_digit(std::uint16_t c) { return c >= '0' && c <= '9'; }
 
@@ -82,6 +112,30 @@ Config::TokenType classify(std::span<const std::uint16_t> word) {
   return point || exponent ? Config::FP_TOKEN : Config::INT_TOKEN;
 }
 
+/// Whether the units of a word, behind its first, end in an exponent letter that stands behind a digit, so that a sign
+/// belongs to the word. Characters that could separate change nothing.
+class ExponentMark {
+ public:
+  /// `word`: the word so far; it may have grown since the last call.
+  bool after(std::span<const std::uint16_t> word) {
+    for (; fLooked < word.size(); ++fLooked) {
+      const std::uint16_t c = word[fLooked];
+      if (c == 'E' || c == 'e') {
+        fExponent = fExponent || fDigit;
+      } else if (separators_begun_by(c) == 0) {
+        fExponent = false;
+        fDigit = is_digit(c);
+      }
+    }
+    return fExponent;
+  }
+
+ private:
+  std::size_t fLooked = 1;
+  bool fDigit = false;
+  bool fExponent = false;
+};
+
 }  // namespace
 
 /// Writes the text of a token straight into the token buffer. On every way out, errors too, the token's text is what
@@ -99,6 +153,17 @@ class Config::TokenWriter {
     if (fSize == fLimit) fConfig.fail_scan(fOverflow);
     fText[fSize++] = c;
   }
+  /// Takes bytes of the channel as long as they are of none of `classes`, lie ready and don't exceed the limit.
+  void put_up_to(std::uint32_t classes) {
+    const auto bytes = fConfig.ahead();
+    const auto n = static_cast<std::uint32_t>(std::min<std::size_t>(bytes.size(), fLimit - fSize));
+    std::uint16_t* const to = fText + fSize;
+    std::uint32_t i = 0;
+    for (; i < n && (CLASSES[bytes[i]] & (classes | NOT_PLAIN)) == 0; ++i) to[i] = bytes[i];
+    fConfig.skip(i);
+    fSize += i;
+  }
+  std::span<const std::uint16_t> text() const { return {fText, fSize}; }
   /// A unit for which the limit leaves room.
   void put_last(std::uint16_t c) { fText[fSize++] = c; }
 
@@ -165,9 +230,18 @@ Config::TokenType Config::set_mark_token(TokenType t, const char16_t* text) {
   return fType = t;
 }
 
+// Takes bytes of the channel as long as they are of none of `classes` and lie ready. Line feeds must be among them.
+void Config::skip_up_to(std::uint32_t classes) {
+  const auto bytes = ahead();
+  std::uint32_t n = 0;
+  while (n < bytes.size() && (CLASSES[bytes[n]] & (classes | NOT_PLAIN)) == 0) ++n;
+  skip(n);
+}
+
 // Takes characters up to a line end or the end of the text, and returns that.
 std::uint16_t Config::skip_to_line_end() {
   for (;;) {
+    skip_up_to(LINE_ENDS);
     const std::uint16_t c = getC();
     if (c == LF || c == CR || c == EOF_CHAR) return c;
     if (channel_is_cut_off(c)) {
@@ -196,6 +270,7 @@ Config::TokenType Config::scan_string() {
   {
     TokenWriter token(*this, STRING_SIZE, ConfigError::STRING_TOO_LONG);
     for (;;) {
+      token.put_up_to(STRING_STOPS);
       const std::uint16_t c = getC();
       if (c == '"') {
         if (fHashSyntax || !quote_is_doubled(c, STRING_TOKEN, token)) break;
@@ -248,6 +323,7 @@ Config::TokenType Config::scan_quoted_keyword() {
     TokenWriter token(*this, STRING_SIZE - 1, ConfigError::STRING_TOO_LONG);
     token.put('\'');
     for (;;) {
+      token.put_up_to(QUOTED_STOPS);
       const std::uint16_t c = getC();
       if (c == '\'') {
         if (!quote_is_doubled(c, KEYWORD_TOKEN, token)) break;
@@ -285,15 +361,12 @@ bool Config::take_if(std::uint16_t wanted) {
 }
 
 Config::TokenType Config::enabled_separator(std::uint16_t c) {
-  const SeparatorType begun = separators_begun_by(c);
-  if (begun == 0) return NO_TOKEN;
-  TokenType single = NO_TOKEN;
-  for (const Separator& s : SEPARATORS) {
-    if (s.first == c && s.second == 0 && (fSeparators & s.bit) != 0) single = s.type;
-  }
+  const SeparatorType enabled = separators_begun_by(c) & fSeparators;
+  const TokenType single = (enabled & SINGLES) != 0 ? static_cast<TokenType>(c) : NO_TOKEN;
+  if ((enabled & ~SINGLES) == 0) return single;
   try {
     for (const Separator& s : SEPARATORS) {
-      if (s.first != c || s.second == 0 || (fSeparators & s.bit) == 0) continue;
+      if (s.second == 0 || (enabled & s.bit) == 0) continue;
       if (take_if(static_cast<std::uint16_t>(s.second))) return s.type;
     }
   } catch (...) {
@@ -306,10 +379,14 @@ Config::TokenType Config::enabled_separator(std::uint16_t c) {
 
 Config::TokenType Config::set_tok_str_to_sep(TokenType t) {
   TokenWriter token(*this, STRING_SIZE, ConfigError::STRING_TOO_LONG);
+  if (t < EQUALS_EQUALS_TOKEN) {
+    token.put(static_cast<std::uint16_t>(t));
+    return fType = t;
+  }
   for (const Separator& s : SEPARATORS) {
     if (s.type != t) continue;
     token.put(static_cast<std::uint16_t>(s.first));
-    if (s.second != 0) token.put(static_cast<std::uint16_t>(s.second));
+    token.put(static_cast<std::uint16_t>(s.second));
   }
   return fType = t;
 }
@@ -318,53 +395,36 @@ Config::TokenType Config::scan_word(std::uint16_t first) {
   {
     TokenWriter token(*this, KEYWORD_SIZE, ConfigError::WORD_TOO_LONG);
     token.put(first);
-    // Behind the first character: whether the last one was a digit, and whether an exponent letter behind a digit came
-    // last, so that a sign belongs to the word. Characters that could separate change neither.
-    bool digitMark = false;
-    bool exponentMark = false;
+    ExponentMark exponent;
+    const std::uint32_t enders = word_enders();
+    const auto ends = [&](std::uint32_t c) {
+      const bool sign = c == '+' || c == '-';
+      return (classes_of(c) & enders) != 0 && !(sign && exponent.after(token.text()));
+    };
     for (;;) {
+      token.put_up_to(enders);
+      if (ends(peek())) break;
       const std::uint16_t c = getC();
-      if (ends_word(c, exponentMark)) {
+      if (ends(c)) {
         ungetC(c);
         break;
       }
       token.put(c);
-      if (c == 'E' || c == 'e') {
-        exponentMark = exponentMark || digitMark;
-      } else if (separators_begun_by(c) == 0) {
-        exponentMark = false;
-        digitMark = is_digit(c);
-      }
     }
   }
   return end_token(classify(fToken.units()));
 }
 
-bool Config::ends_word(std::uint16_t c, bool exponentMark) const {
-  switch (c) {
-    case TAB:
-    case LF:
-    case CR:
-    case ' ':
-    case EOF_CHAR:
-    case '!':
-    case '"':
-    case '&':
-    case '\'':
-    case '|':
-      return true;
-    case '#':
-      return fHashSyntax || (fSeparators & SEP_HASH) != 0;
-    case '+':
-    case '-':
-      return !exponentMark && (fSeparators & separators_begun_by(c)) != 0;
-    default:
-      return (fSeparators & separators_begun_by(c)) != 0;
-  }
+// The classes of the characters that end a word, but for a sign behind an exponent letter.
+std::uint32_t Config::word_enders() const {
+  return WORD_ENDS | (fSeparators & ALL_SEPARATORS) | (fHashSyntax ? SEP_HASH : 0);
 }
 
 Config::TokenType Config::end_token(TokenType t) {
   fType = t;  // first: if what follows can't be read, the token is there all the same
+  std::uint32_t next = peek();
+  for (; next == ' ' || next == TAB; next = peek()) skip(1);
+  if (next != NO_CHAR) return t;
   std::uint16_t c = getC();
   while (c == ' ' || c == TAB) c = getC();
   ungetC(c);

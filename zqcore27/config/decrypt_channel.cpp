@@ -23,7 +23,7 @@ constexpr std::uint32_t SPARE = 20;               // beside the text: the line f
 ConfigDataChannelIDecrypt::ConfigDataChannelIDecrypt(std::unique_ptr<ConfigDataChannel>&& source, std::int32_t key)
     : fText(256), fSource(std::move(source)), fKey(key) {
   fText[0] = 0;
-  fCursor = fTextEnd = *fText;
+  fCursor = fPlainEnd = *fText;
 }
 
 ConfigDataChannelIDecrypt::~ConfigDataChannelIDecrypt() = default;
@@ -42,7 +42,7 @@ std::uint16_t ConfigDataChannelIDecrypt::getC() {
   if (*fCursor == Config::EOF_CHAR) return Config::EOF_CHAR;
   std::uint16_t ch = 0;
   try {
-    fLastBytes = decodeCharacter(fCursor, static_cast<std::uint32_t>(fTextEnd - fCursor), utf8(), false, &ch);
+    fLastBytes = decodeCharacter(fCursor, static_cast<std::uint32_t>(fPlainEnd - fCursor), utf8(), false, &ch);
   } catch (const StringError&) {
     ++fCursor;
     throw;
@@ -100,7 +100,7 @@ void ConfigDataChannelIDecrypt::fetch_line() {
     decode_raw_line();
   }
   fCursor = *fText + 1;
-  fTextEnd = fCursor + std::strlen(reinterpret_cast<const char*>(fCursor));
+  fPlainEnd = fCursor + std::strlen(reinterpret_cast<const char*>(fCursor));
 }
 
 void ConfigDataChannelIDecrypt::decode_raw_line() {

@@ -36,9 +36,6 @@ class ConfigDataChannelIDecrypt : public ConfigDataChannel {
   MemResizable fText;  // a line feed, the decoded line, a zero byte
   std::unique_ptr<ConfigDataChannel> fSource;
   [[maybe_unused]] std::int32_t fKey;
-  const unsigned char* fCursor;
-  const unsigned char* fTextEnd;    // the zero byte behind the line
-  std::uint32_t fLastBytes = 0;     // of the character read last; 0: nothing to give back
   std::vector<unsigned char> fRaw;  // the line as read
   bool fRawComplete = true;         // false: the source raised an error in the middle of the line
   bool fSourceEnded = false;        // nothing more is read from the source

@@ -20,11 +20,6 @@ namespace {
   throw e;
 }
 
-// One byte, one character, and nothing to look at besides: the ends of a text are told apart elsewhere.
-bool is_plain(unsigned char byte) {
-  return byte < 0x80 && byte != Config::EOF_CHAR && byte != ConfigDataChannel::CUT_OFF_CHAR;
-}
-
 }  // namespace
 
 ConfigReadThread::ConfigReadThread(ConfigDataChannelIFile& channel) : OrlanThread(&channel), fChannel(channel) {}
@@ -109,11 +104,9 @@ void ConfigDataChannelIFile::readingFailed() {
 }
 
 std::uint16_t ConfigDataChannelIFile::getC() {
-  if (fCursor < fPlainEnd && is_plain(*fCursor)) {
-    fLastBytes = 1;
-    return *fCursor++;
-  }
-  return get_other();
+  if (fCursor >= fPlainEnd || !isPlain(*fCursor)) return get_other();
+  fLastBytes = 1;
+  return *fCursor++;
 }
 
 std::uint16_t ConfigDataChannelIFile::get_other() {

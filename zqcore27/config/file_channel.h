@@ -97,11 +97,8 @@ class ConfigDataChannelIFile : public ConfigDataChannelIStream {
   bool fFailed ZQCORE27_GUARDED_BY(fMutex) = false;  // no further block will come, although bytes are left
 
   std::uint16_t fReadBlock = 0;
-  const unsigned char* fCursor = nullptr;
   const unsigned char* fDataEnd = nullptr;
-  const unsigned char* fPlainEnd = nullptr;
-  std::uint32_t fLeft = 0;       // bytes of the file behind the blocks that were taken
-  std::uint32_t fLastBytes = 0;  // of the character read last; 0: nothing to give back
+  std::uint32_t fLeft = 0;  // bytes of the file behind the blocks that were taken
   bool fTaken = false;
   bool fEnded = false;
   bool fOpen = false;
