@@ -29,8 +29,9 @@ String filePrefix(std::uint16_t code) {
 
 CStr* OrlanCore::getCStr(std::uint16_t code, HINSTANCE module, const String& locale) {
   // The user's language takes the place of an empty locale here already: an entry made for it is found again.
-  String wanted(locale);
-  if (wanted.size() == 0) getLocaleLanguage(wanted);
+  String language;
+  if (locale.size() == 0) getLocaleLanguage(language);
+  const String& wanted = locale.size() == 0 ? language : locale;
   {
     OrlanSynchronizedRead lock(*fCatalogueLock);
     if (EntCStrFile* found = findCatalogue(*fCatalogues, code, wanted)) return found;

@@ -1,5 +1,6 @@
 #include "zqcore27/catalogue/cstr_file.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cassert>
@@ -87,6 +88,8 @@ void CStrFile::init(HINSTANCE module, const FileLocator& f, const String& versio
     throw CStrError(CStrError::CSTR_ERR_BAD_SIZE, found.fullName(), false);
   }
   if (!check_index_order()) throw CStrError(CStrError::CSTR_ERR_BAD_ORDER, found.fullName(), false);
+  make_guide();
+  fLoaded = std::make_unique<std::atomic<const CStrFileCachePage*>[]>(page_count());
 }
 
 bool CStrFile::open_in_search_path(HINSTANCE module, FileLocator& f) {
@@ -138,10 +141,23 @@ std::uint32_t CStrFile::index(std::uint32_t i) const {
   return littleEndian(fHeader.get() + INDEX_OFFSET + 4 * i);
 }
 
+void CStrFile::make_guide() {
+  const std::uint32_t first = index(0), handles = index(page_count()) - first;
+  fGuideShift = std::bit_width(handles / GUIDE_STEPS);
+  for (std::uint32_t step = 0; step <= GUIDE_STEPS; ++step) {
+    const auto offset = static_cast<std::uint32_t>(std::min<std::uint64_t>(std::uint64_t{step} << fGuideShift, handles));
+    fGuide[step] = static_cast<std::uint16_t>(search_page(first + offset, 0, page_count() - 1));
+  }
+}
+
 std::uint32_t CStrFile::find_page(std::uint32_t handle) {
+  const std::uint32_t step = (handle - index(0)) >> fGuideShift;
+  return search_page(handle, fGuide[step], fGuide[step + 1]);
+}
+
+/// The last page from `lo` to `hi` that doesn't begin above `handle`. Requires: `lo` doesn't.
+std::uint32_t CStrFile::search_page(std::uint32_t handle, std::uint32_t lo, std::uint32_t hi) const {
   constexpr int MAX_PASSES = 200;
-  std::uint32_t lo = 0;
-  std::uint32_t hi = static_cast<std::uint16_t>(page_count() - 1);
   for (int pass = 0; lo != hi; ++pass) {
     if (pass == MAX_PASSES) throw CStrError(CStrError::CSTR_ERR_LOOP, "", false);
     const std::uint32_t mid = (lo + hi + 1) / 2;
@@ -164,21 +180,22 @@ const std::uint16_t* CStrFile::get(std::uint32_t handle) {
   const std::uint32_t page = find_page(handle);
   const std::uint32_t n = handle - index(page);
   if (n >= CStrFileCachePage::UNITS) throw CStrError(CStrError::CSTR_ERR_BAD_HANDLE, "", false);
-  OrlanSynchronized lock(fPagesLock);
-  const CStrFileCachePage* held = loaded_page(page);
-  return held == nullptr ? nullptr : held->get(n);
+  const CStrFileCachePage* held = fLoaded[page].load(std::memory_order_acquire);
+  if (held == nullptr) {
+    const OrlanSynchronized lock(fPagesLock);
+    held = loaded_page(page);
+  }
+  return held == nullptr ? nullptr : held->find(n);
 }
 
-// The page, brought to the front by one swap so that it is found first next time; null if it can't be read.
-CStrFileCachePage* CStrFile::loaded_page(std::uint32_t page) {
-  std::size_t at = 0;
-  while (at < fPages.size() && fPages[at]->page() != page) ++at;
-  if (at == fPages.size()) {
-    fPages.push_back(std::make_unique<CStrFileCachePage>());
-    if (!fPages.back()->load(fFile, page)) return nullptr;
-  }
-  if (at != 0) std::swap(fPages[at], fPages.front());
-  return fPages.front().get();
+/// The page, which is read if it isn't there yet; null if it can't be read.
+const CStrFileCachePage* CStrFile::loaded_page(std::uint32_t page) {
+  if (const CStrFileCachePage* there = fLoaded[page].load(std::memory_order_relaxed)) return there;
+  fPages.push_back(std::make_unique<CStrFileCachePage>());
+  const CStrFileCachePage* const read = fPages.back().get();
+  if (!fPages.back()->load(fFile, page)) return nullptr;
+  fLoaded[page].store(read, std::memory_order_release);
+  return read;
 }
 
 }  // namespace zqcore27

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -51,6 +53,8 @@ class ZQCORE27_EXPORT CStrFile : public CStr {
   const std::uint16_t* get(std::uint32_t handle) override;
 
  private:
+  static constexpr std::uint32_t GUIDE_STEPS = 256;
+
   struct BlockDeleter {
     void operator()(unsigned char* p) const { MemAllocator::deallocate(p); }
   };
@@ -61,15 +65,22 @@ class ZQCORE27_EXPORT CStrFile : public CStr {
   bool load_header_block(const String& version);
   bool check_index_order();
   std::uint32_t find_page(std::uint32_t handle);
-  CStrFileCachePage* loaded_page(std::uint32_t page) ZQCORE27_REQUIRES(fPagesLock);
+  std::uint32_t search_page(std::uint32_t handle, std::uint32_t lo, std::uint32_t hi) const;
+  void make_guide();
+  const CStrFileCachePage* loaded_page(std::uint32_t page) ZQCORE27_REQUIRES(fPagesLock);
   std::uint32_t page_count() const;
   std::uint32_t index(std::uint32_t i) const;
 
   bool fInitialised = false;
   File fFile;                                            // its position is guarded by fPagesLock
   std::unique_ptr<unsigned char, BlockDeleter> fHeader;  // 2048 bytes, not changed after construction
+  // Where the search for a handle begins and ends: the pages of the handles n << fGuideShift above the first.
+  std::array<std::uint16_t, GUIDE_STEPS + 1> fGuide{};
+  int fGuideShift = 0;
   std::vector<std::unique_ptr<CStrFileCachePage>> fPages
       ZQCORE27_GUARDED_BY(fPagesLock);  // failed loads stay as dead entries
+  // By number, the pages of fPages that are there for good: set under fPagesLock, read without it.
+  std::unique_ptr<std::atomic<const CStrFileCachePage*>[]> fLoaded;
   OrlanMutex fPagesLock;
 };
 

@@ -18,6 +18,7 @@ bool CStrFileCachePage::load(File& f, std::uint32_t page) {
   if (!f.seek((page + HEADER_BLOCKS) * BYTES, File::SEEK_FROM_START)) return false;
   fPage = NO_PAGE;
   if (!load_data(f)) return false;
+  fTextEnd = static_cast<std::uint16_t>(std::find(fData.rbegin(), fData.rend(), 0).base() - fData.begin());
   fPage = static_cast<std::uint16_t>(page);
   return true;
 }
@@ -27,16 +28,6 @@ bool CStrFileCachePage::load_data(File& f) {
   return f.read(fData.data(), BYTES);
 }
 
-const std::uint16_t* CStrFileCachePage::get(std::uint32_t n) const {
-  constexpr std::uint32_t LAST = UNITS - 1;
-  std::uint32_t start = 0;
-  if (n != 0) {
-    if (n > LAST || LAST - n < fData[LAST]) return nullptr;
-    start = fData[LAST - n] & 0xFF;
-  }
-  const std::uint16_t* text = fData.data() + start;
-  const std::uint16_t* end = fData.data() + UNITS;
-  return std::find(text, end, 0) == end ? nullptr : text;
-}
+const std::uint16_t* CStrFileCachePage::get(std::uint32_t n) const { return find(n); }
 
 }  // namespace zqcore27

@@ -34,9 +34,20 @@ class ZQCORE27_EXPORT CStrFileCachePage {
   std::uint16_t page() const { return fPage; }
 
  private:
+  friend class CStrFile;
+
   bool load_data(File& f);
+  /// get, without a call.
+  const std::uint16_t* find(std::uint32_t n) const {
+    constexpr std::uint32_t LAST = UNITS - 1;
+    if (n == 0) return fTextEnd == 0 ? nullptr : fData.data();
+    if (n > LAST || LAST - n < fData[LAST]) return nullptr;
+    const std::uint32_t start = fData[LAST - n] & 0xFF;
+    return start < fTextEnd ? fData.data() + start : nullptr;
+  }
 
   std::uint16_t fPage = NO_PAGE;
+  std::uint16_t fTextEnd = 0;                // behind the last zero unit: a text that begins before it ends in the page
   std::array<std::uint16_t, UNITS> fData{};  // as read
 };
 
