@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "zqcore27/catalogue/ent_cstr_file.h"
+#include "zqcore27/catalogue/known_catalogue.h"
 #include "zqcore27/core/core.h"
 #include "zqcore27/core/version.h"
 #include "zqcore27/strings/native_text.h"
@@ -27,15 +28,22 @@ String filePrefix(std::uint16_t code) {
 
 }  // namespace
 
+EntCStrFile* knownCatalogue(OrlanCore& core, std::uint16_t code, const String& locale) {
+  if (locale.size() == 0) {
+    String language;
+    getLocaleLanguage(language);
+    return knownCatalogue(core, code, language);
+  }
+  const OrlanSynchronizedRead lock(*core.fCatalogueLock);
+  return findCatalogue(*core.fCatalogues, code, locale);
+}
+
 CStr* OrlanCore::getCStr(std::uint16_t code, HINSTANCE module, const String& locale) {
   // The user's language takes the place of an empty locale here already: an entry made for it is found again.
   String language;
   if (locale.size() == 0) getLocaleLanguage(language);
   const String& wanted = locale.size() == 0 ? language : locale;
-  {
-    OrlanSynchronizedRead lock(*fCatalogueLock);
-    if (EntCStrFile* found = findCatalogue(*fCatalogues, code, wanted)) return found;
-  }
+  if (EntCStrFile* found = knownCatalogue(*this, code, wanted)) return found;
   OrlanSynchronizedWrite lock(*fCatalogueLock);
   if (EntCStrFile* found = findCatalogue(*fCatalogues, code, wanted)) return found;  // made in between
   try {

@@ -1,6 +1,8 @@
 #include "zqcore27/catalogue/cstr_enterprise.h"
 
 #include "zqcore27/catalogue/cstr_error.h"
+#include "zqcore27/catalogue/ent_cstr_file.h"
+#include "zqcore27/catalogue/known_catalogue.h"
 #include "zqcore27/core/core.h"
 #include "zqcore27/core/core_hold.h"
 
@@ -14,6 +16,11 @@ CStrEnterprise::~CStrEnterprise() = default;
 
 const std::uint16_t* CStrEnterprise::get(std::uint32_t handle) {
   const auto code = static_cast<std::uint16_t>(handle >> 16 & 0xFFF);
+  {
+    const CoreHold hold;  // costs less than a use, and reading a page is a short step
+    EntCStrFile* const known = hold.core() == nullptr ? nullptr : knownCatalogue(*hold.core(), code, fLocale);
+    if (known != nullptr) return known->EntCStrFile::get(handle);
+  }
   const CoreUse use;
   CStr* catalogue = use.core() == nullptr ? nullptr : use.core()->getCStr(code, fModule, fLocale);
   if (catalogue == nullptr) throw CStrError(CStrError::CSTR_ERR_NO_FILE, "", false);

@@ -145,7 +145,8 @@ void CStrFile::make_guide() {
   const std::uint32_t first = index(0), handles = index(page_count()) - first;
   fGuideShift = std::bit_width(handles / GUIDE_STEPS);
   for (std::uint32_t step = 0; step <= GUIDE_STEPS; ++step) {
-    const auto offset = static_cast<std::uint32_t>(std::min<std::uint64_t>(std::uint64_t{step} << fGuideShift, handles));
+    const auto offset =
+        static_cast<std::uint32_t>(std::min<std::uint64_t>(std::uint64_t{step} << fGuideShift, handles));
     fGuide[step] = static_cast<std::uint16_t>(search_page(first + offset, 0, page_count() - 1));
   }
 }

@@ -9,6 +9,7 @@
 #include "zqcore27/core/core_hold.h"
 #include "zqcore27/platform/build_info.h"
 #include "zqcore27/platform/native_thread.h"
+#include "zqcore27/platform/wait_word.h"
 #include "zqcore27/threads/jtc.h"
 
 inline namespace zqcore27 {
@@ -18,8 +19,19 @@ constinit HINSTANCE gCExceptionFielder = nullptr;
 
 namespace {
 
-// Held while a thread uses a core that it doesn't own, and while a core takes itself out of gCore. Never destroyed.
-constinit OrlanMutex coreLock;
+// How many threads use a core that they don't own, and GOING while one that was in gCore waits for them.
+constinit std::atomic<std::uint32_t> coreHolds{0};
+constexpr std::uint32_t GOING = 0x80000000;
+
+/// Returns when nobody holds the core that gCore has just lost: whoever comes later finds gCore changed, or GOING.
+void awaitCoreHolds() {
+  std::uint32_t holds = coreHolds.fetch_or(GOING) | GOING;
+  while (holds != GOING) {
+    waitOnWord(coreHolds, holds);
+    holds = coreHolds.load();
+  }
+  coreHolds.fetch_and(~GOING);
+}
 
 // One serves all cores, for the life of the process.
 constinit std::atomic<const JTCInitialize*> threadLayer{nullptr};
@@ -36,7 +48,20 @@ T* makeOrNull(Args&&... args) {
 
 }  // namespace
 
-CoreHold::CoreHold() : fHold(coreLock), fCore(std::atomic_ref<OrlanCore*>(gCore).load(std::memory_order_acquire)) {}
+CoreHold::CoreHold() {
+  if ((coreHolds.load(std::memory_order_relaxed) & GOING) != 0) return;  // or a stream of holds could keep it for ever
+  coreHolds.fetch_add(1);
+  fCore = std::atomic_ref<OrlanCore*>(gCore).load();
+  if (fCore == nullptr) leave();
+}
+
+CoreHold::~CoreHold() {
+  if (fCore != nullptr) leave();
+}
+
+void CoreHold::leave() {
+  if (coreHolds.fetch_sub(1) == (GOING | 1)) wakeOneOnWord(coreHolds);
+}
 
 CoreUse::CoreUse() {
   const CoreHold hold;
@@ -67,11 +92,8 @@ OrlanCore::OrlanCore() : fStringDirectory(strNULL) {
 }
 
 OrlanCore::~OrlanCore() {
-  {
-    const OrlanSynchronized hold(coreLock);
-    OrlanCore* expected = this;
-    std::atomic_ref<OrlanCore*>(gCore).compare_exchange_strong(expected, nullptr);
-  }
+  OrlanCore* expected = this;
+  if (std::atomic_ref<OrlanCore*>(gCore).compare_exchange_strong(expected, nullptr)) awaitCoreHolds();
   delete_catalogues();
   delete std::exchange(fCatalogues, nullptr);
   delete std::exchange(fCatalogueLock, nullptr);

@@ -5,18 +5,17 @@
 
 #include <cstdint>
 
-#include "zqcore27/platform/thread_annotations.h"
-#include "zqcore27/threads/mutex.h"
-
 inline namespace zqcore27 {
 
 class OrlanCore;
 
 /// Keeps the core from going, if there is one, while this object lives: for the steps of a thread that may outlive it.
-/// Short steps only: the end of the process waits for them. The lock comes before the registry's.
+/// Any number of threads at once, each without waiting. Short steps only, and none that gives up a hold on the core's
+/// count: the end of the process waits for them.
 class CoreHold {
  public:
   CoreHold();
+  ~CoreHold();
   CoreHold(const CoreHold&) = delete;
   CoreHold& operator=(const CoreHold&) = delete;
 
@@ -24,8 +23,9 @@ class CoreHold {
   OrlanCore* core() const { return fCore; }
 
  private:
-  OrlanSynchronized fHold;
-  OrlanCore* fCore;
+  static void leave();
+
+  OrlanCore* fCore = nullptr;
 };
 
 /// A hold on the count of the core, if there is one, while this object lives: for longer steps, and for as long as
