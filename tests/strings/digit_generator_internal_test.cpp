@@ -83,8 +83,9 @@ std::string plainDigits(long double value, int ndigits, std::int32_t& decpt) {
 TEST(DigitGeneratorTest, DigitsAreThoseOfTheWidestType) {
   std::mt19937_64 random(7);
   for (int i = 0; i < 40000; ++i) {
-    // Half of the numbers lie from 1/16 to below 16, the others anywhere.
-    const double fraction = 1 + std::ldexp(static_cast<double>(random() >> 12), -52);
+    // Half of the numbers lie from 1/16 to below 16, the others anywhere; a quarter of each have few bits.
+    const std::uint64_t bits = random() >> 12 & (i % 8 < 2 ? ~std::uint64_t{0} << random() % 52 : ~std::uint64_t{0});
+    const double fraction = 1 + std::ldexp(static_cast<double>(bits), -52);
     const int exponent = i % 2 != 0 ? static_cast<int>(random() % 2098) - 1074 : static_cast<int>(random() % 8) - 4;
     const double value = std::ldexp(fraction, exponent);
     const int ndigits = static_cast<int>(1 + random() % 18);

@@ -19,30 +19,47 @@ struct Scale {
   long double threshold;
   long double factor;
   std::int32_t step;
+  int power;  // of 2: from there on a value is not below the threshold (raising); below there, it is (lowering)
 };
 
-constexpr Scale RAISING[] = {{1e-128L, 1e256L, 256}, {1e-64L, 1e128L, 128}, {1e-32L, 1e64L, 64},
-                             {1e-16L, 1e32L, 32},    {1e-8L, 1e16L, 16},    {1e-4L, 1e8L, 8},
-                             {1e-2L, 1e4L, 4},       {1e-1L, 1e2L, 2},      {1L, 1e1L, 1}};
+constexpr Scale RAISING[] = {{1e-128L, 1e256L, 256, -425}, {1e-64L, 1e128L, 128, -212}, {1e-32L, 1e64L, 64, -106},
+                             {1e-16L, 1e32L, 32, -53},     {1e-8L, 1e16L, 16, -26},     {1e-4L, 1e8L, 8, -13},
+                             {1e-2L, 1e4L, 4, -6},         {1e-1L, 1e2L, 2, -3},        {1L, 1e1L, 1, 0}};
 
-constexpr Scale LOWERING[] = {{1e256L, 1e-256L, 256}, {1e128L, 1e-128L, 128}, {1e64L, 1e-64L, 64},
-                              {1e32L, 1e-32L, 32},    {1e16L, 1e-16L, 16},    {1e8L, 1e-8L, 8},
-                              {1e4L, 1e-4L, 4},       {1e2L, 1e-2L, 2},       {1e1L, 1e-1L, 1}};
+constexpr Scale LOWERING[] = {{1e256L, 1e-256L, 256, 850}, {1e128L, 1e-128L, 128, 425}, {1e64L, 1e-64L, 64, 212},
+                              {1e32L, 1e-32L, 32, 106},    {1e16L, 1e-16L, 16, 53},     {1e8L, 1e-8L, 8, 26},
+                              {1e4L, 1e-4L, 4, 13},        {1e2L, 1e-2L, 2, 6},         {1e1L, 1e-1L, 1, 3}};
+
+/// The power of 2 that `value`, which isn't 0, has or lies above. Of an extended number without a call: its exponent
+/// stands behind its significand.
+int powerOf(long double value) {
+  if constexpr (LDBL_MANT_DIG == 64) {
+    std::uint16_t exponent;
+    std::memcpy(&exponent, reinterpret_cast<const char*>(&value) + 8, sizeof exponent);
+    return exponent - 16383;
+  } else {
+    return std::ilogb(value);
+  }
+}
 
 /// Brings `value` below 10, and to 1 or above as exactly as the factors allow. Returns its decimal point.
 std::int32_t normalise(long double& value) {
   std::int32_t decpt = 1;
   if (value < 1) {
-    for (const Scale& scale : RAISING) {
-      for (; value < scale.threshold; value *= scale.factor) decpt -= scale.step;
-      if (value >= 1) break;
+    const Scale* scale = RAISING;
+    for (const int power = powerOf(value); power >= scale->power; ++scale) {
+    }
+    for (; value < 1; ++scale) {
+      for (; value < scale->threshold; value *= scale->factor) decpt -= scale->step;
     }
   }
   // Raising overshoots, so its result may need lowering.
   if (value >= 10) {
-    for (const Scale& scale : LOWERING) {
-      for (; value >= scale.threshold; value *= scale.factor) decpt += scale.step;
-      if (value < 10) break;
+    const Scale* scale = LOWERING;
+    for (const int power = powerOf(value); power < scale->power; ++scale) {
+    }
+    for (; value >= 10; ++scale) {
+      for (; value >= scale->threshold; value *= scale->factor) decpt += scale->step;
     }
   }
   return decpt;
@@ -53,10 +70,13 @@ class AnyRest {
  public:
   explicit AnyRest(long double value) : fValue(value) {}
 
-  int next() {
-    const int digit = static_cast<int>(fValue);
-    fValue = (fValue - digit) * 10;
-    return digit;
+  /// Writes `n` digits.
+  void take(char* out, std::int32_t n) {
+    for (; n > 0; --n) {
+      const int digit = static_cast<int>(fValue);
+      fValue = (fValue - digit) * 10;
+      *out++ = static_cast<char>('0' + digit);
+    }
   }
 
  private:
@@ -74,7 +94,25 @@ class ExtendedRest {
     std::memcpy(&exponent, reinterpret_cast<const char*>(&value) + sizeof fBits, sizeof exponent);
     fShift = 16383 + 63 - exponent;
     assert(fShift >= EXACT && fShift <= 64);  // 0.5 to below 16: scaling may end just below 1
+    // A number that needed no scaling has fewer bits, and is exact from the start.
+    const int spare = std::min(std::countr_zero(fBits), fShift - EXACT);
+    fBits >>= spare;
+    fShift -= spare;
   }
+
+  /// Writes `n` digits, and up to seven more behind them.
+  void take(char* out, std::int32_t n) {
+    for (; n > 0 && fShift != EXACT; --n) *out++ = static_cast<char>('0' + next());
+    if (n <= 0) return;
+    *out++ = static_cast<char>('0' + next());
+    for (--n; n > 0; n -= 8, out += 8) {
+      const std::uint64_t eight = eight_digits(next_eight());
+      std::memcpy(out, &eight, sizeof eight);
+    }
+  }
+
+ private:
+  static constexpr int EXACT = 60;  // ten times a rest of that many bits still fits
 
   int next() {
     const std::uint64_t digit = fShift < 64 ? fBits >> fShift : 0;
@@ -87,8 +125,25 @@ class ExtendedRest {
     return static_cast<int>(digit);
   }
 
- private:
-  static constexpr int EXACT = 60;  // ten times a rest of that many bits still fits
+  /// The digits of a number below 100,000,000, the first in the lowest byte: halves, then quarters, then single digits,
+  /// in lanes that get narrower. The factors divide by 100 and by 10 as far as the lanes' numbers go.
+  static std::uint64_t eight_digits(std::uint32_t number) {
+    const std::uint64_t halves = number / 10000 | std::uint64_t{number % 10000} << 32;
+    const std::uint64_t hundreds = (halves * 10486 >> 20) & 0x0000007F0000007F;
+    const std::uint64_t pairs = hundreds | (halves - hundreds * 100) << 16;
+    const std::uint64_t tens = (pairs * 103 >> 10) & 0x000F000F000F000F;
+    return (tens | (pairs - tens * 10) << 8) + 0x3030303030303030;
+  }
+
+  /// Eight digits at once, behind the first: the number already is ten times the rest. Requires: fShift is EXACT.
+  std::uint32_t next_eight() {
+    // A tenth of the factor, in two products that fit.
+    constexpr std::uint64_t FACTOR = 10'000'000, LOW = 0xFFFFFFFF;
+    const std::uint64_t low = (fBits & LOW) * FACTOR;
+    const std::uint64_t high = (fBits >> 32) * FACTOR + (low >> 32);
+    fBits = ((high << 32 | (low & LOW)) & ((std::uint64_t{1} << EXACT) - 1)) * 10;
+    return static_cast<std::uint32_t>(high >> (EXACT - 32));
+  }
 
   void multiply_rounding(std::uint64_t rest) {
     const std::uint64_t low = rest * 10;
@@ -144,7 +199,7 @@ Digits generateDigits(double value, std::int32_t ndigits, DigitMode mode) {
   if (mode == DigitMode::FIXED) result.count = std::clamp(result.count + result.decpt, 0, MOST_DIGITS);
   const std::int32_t computed = std::min(result.count + 1, REAL_DIGITS);
   Rest rest(magnitude);
-  for (std::int32_t i = 0; i < computed; ++i) result.digits[i] = static_cast<char>('0' + rest.next());
+  rest.take(result.digits, computed);
   for (std::int32_t i = computed; i <= result.count; ++i) result.digits[i] = '0';
   roundHalfUp(result, mode);
   return result;

@@ -54,14 +54,18 @@ class FloatText {
  private:
   void fixed_form(const Digits& number, std::int32_t precision) {
     std::int32_t next = 0;
-    if (number.decpt <= 0) put('0');
-    while (next < std::min(number.decpt, MOST_WHOLE_DIGITS)) put(number.digits[next++]);
-    assert(next <= number.count);
+    if (number.decpt <= 0) {
+      put('0');
+    } else {
+      next = std::min(number.decpt, MOST_WHOLE_DIGITS);
+      assert(next <= number.count);
+      put_digits(number.digits, next);
+    }
     if (number.decpt > MOST_WHOLE_DIGITS || (precision <= 0 && !fAlternate)) return;
     put_point();
     std::int32_t behind = 0;
     for (; behind < std::min(-number.decpt, precision); ++behind) put('0');
-    for (; behind < precision && next < number.count; ++behind) put(number.digits[next++]);
+    put_digits(number.digits + next, std::min(precision - behind, number.count - next));
   }
 
   /// The exponent form of %g: precision 1 without a width shows the first digit alone, and precision 0 that digit
@@ -80,7 +84,7 @@ class FloatText {
   void fraction(const Digits& number, std::int32_t precision) {
     put_point();
     const std::int32_t end = std::min({precision, MOST_EXPONENT_DIGITS, number.count - 1});
-    for (std::int32_t i = 1; i <= end; ++i) put(number.digits[i]);
+    put_digits(number.digits + 1, end);
   }
 
   void exponent_part(const Digits& number, char letter) {
@@ -103,6 +107,14 @@ class FloatText {
   void put_point() {
     fPoint = fUnits;
     put('.');
+  }
+
+  /// As many as find room.
+  void put_digits(const char* digits, std::int32_t n) {
+    n = std::min(n, FLOAT_UNITS - fUnits);
+    std::uint16_t* const out = fOut + fUnits;
+    for (std::int32_t i = 0; i < n; ++i) out[i] = static_cast<std::uint16_t>(digits[i]);
+    fUnits += std::max(n, 0);
   }
 
   void put(char c) {
