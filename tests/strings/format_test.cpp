@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -168,16 +169,21 @@ TEST(FormatTest, InfinityAndNanAreWords) {
 
 TEST(FormatTest, BlocksAreExact) {
   String text;
-  text.build("%4096d", 1);
-  EXPECT_EQ(blockBytes(text), 8194u);
+  for (const std::uint32_t n : {2u, 510u, 511u, 512u, 4095u, 4096u, 4097u, 9000u, 30u, 600u}) {
+    SCOPED_TRACE(n);
+    text.build("%d%*d", 1, static_cast<std::int32_t>(n - 1), 1);
+    EXPECT_EQ(text.size(), n);
+    const std::uint32_t units = n <= 4096 ? 4097 : n + 1;
+    ASSERT_EQ(blockBytes(text), 2 * units);
+    EXPECT_TRUE(std::all_of(text.begin() + n, text.begin() + units, [](unsigned unit) { return unit == 0; }));
+    std::fill_n(text.begin(), units - 1, '#');  // as a host may; the next text is clear behind it all the same
+  }
   text.build("%4090d%s%c!", 1, wide(u"abcdef"), 'x');
   EXPECT_EQ(blockBytes(text), 2 * (4098u + 1));
   EXPECT_EQ(utf8(text).substr(4088), " 1abcdefx!");
   text.build("");
   EXPECT_EQ(blockBytes(text), 8194u);
   EXPECT_EQ(text.size(), 0u);
-  EXPECT_EQ(text.terminate(4096u), 4096u);
-  EXPECT_EQ(text[4095], 0u) << "the block is clear behind the text";
   const std::string longFormat(10000, 'f');
   text.build(longFormat.c_str());
   EXPECT_EQ(utf8(text), longFormat);

@@ -1,7 +1,8 @@
 #include "zqcore27/strings/format_directive.h"
 
-#include <cstring>
 #include <limits>
+
+#include "zqcore27/strings/byte_table.h"
 
 inline namespace zqcore27 {
 
@@ -80,7 +81,7 @@ void readPrecision(const char*& format, FormatArguments& arguments, Directive& d
   }
 }
 
-bool isConversion(char c) { return c != 0 && std::strchr("%dsxXuoibcpPnfegEG", c) != nullptr; }
+constexpr ByteTable CONVERSIONS("%dsxXuoibcpPnfegEG");
 
 }  // namespace
 
@@ -91,7 +92,7 @@ const char* readDirective(const char* format, FormatArguments& arguments, Direct
   readPrecision(format, arguments, directive);
   for (; const std::int32_t modifier = modifierOf(*format); ++format) directive.flags |= modifier;
   directive.conversion = *format;
-  return isConversion(*format) ? format + 1 : nullptr;
+  return CONVERSIONS.has(*format) ? format + 1 : nullptr;
 }
 
 }  // namespace zqcore27

@@ -16,8 +16,11 @@ bool isAscii(char c) { return static_cast<signed char>(c) > 0; }
 
 }  // namespace
 
-std::uint16_t* String::format_state::append(std::uint32_t n) {
-  if (n >= text.capacity() - text.fLength) text.make_room(text.fLength + n);
+std::uint16_t* String::format_state::append(String& text, std::uint32_t n) {
+  if (n >= text.capacity() - text.fLength) {
+    if (text.fSize == START_BYTES) leave_stack(text);
+    text.make_room(text.fLength + n);
+  }
   std::uint16_t* const place = text.data() + text.fLength;
   text.fLength += n;
   place[n] = 0;
@@ -29,7 +32,7 @@ const char* String::format_state::literal(const char* format) {
   while (*end != 0 && *end != '%') ++end;
   if (end == format) return end;
   if (end - format > std::numeric_limits<std::int32_t>::max()) throw MemError(MemError::TOO_LARGE, false);
-  std::uint16_t* out = append(static_cast<std::uint32_t>(end - format));
+  std::uint16_t* out = append(text, static_cast<std::uint32_t>(end - format));
   advance(end - format);
   // Sign-extended: only ASCII has a meaning in a format.
   for (; format != end; ++format) *out++ = static_cast<std::uint16_t>(static_cast<signed char>(*format));
@@ -50,17 +53,17 @@ void String::format_state::field() {
 }
 
 void String::format_state::put_prefix() {
-  if (prefixUnits != 0) std::copy_n(prefix, prefixUnits, append(static_cast<std::uint32_t>(prefixUnits)));
+  if (prefixUnits != 0) std::copy_n(prefix, prefixUnits, append(text, static_cast<std::uint32_t>(prefixUnits)));
 }
 
 void String::format_state::fill(char c, std::int64_t n) {
-  if (n > 0) std::fill_n(append(static_cast<std::uint32_t>(n)), n, static_cast<std::uint16_t>(c));
+  if (n > 0) std::fill_n(append(text, static_cast<std::uint32_t>(n)), n, static_cast<std::uint16_t>(c));
 }
 
 void String::fmt_append_data(std::int32_t flags, const std::uint16_t* wide, const char* narrow, std::int32_t len) {
   if ((flags & FMT_NARROW) == 0) {
     const bool zero_unit = len == 1 && *wide == 0;  // only %c can bring one, and it adds nothing
-    if (len != 0 && !zero_unit) append_data(wide, static_cast<unsigned int>(len));
+    if (len != 0 && !zero_unit) std::copy_n(wide, len, format_state::append(*this, static_cast<std::uint32_t>(len)));
     return;
   }
   // In runs, so that a long text doesn't grow the block for each character of its own.
@@ -74,7 +77,7 @@ void String::fmt_append_data(std::int32_t flags, const std::uint16_t* wide, cons
         narrow += nat2uni(narrow, &run[units], static_cast<std::int32_t>(end - narrow));
       }
     }
-    append_data(run, units);
+    std::copy_n(run, units, format_state::append(*this, units));
   }
 }
 

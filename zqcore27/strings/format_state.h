@@ -19,7 +19,32 @@ struct [[gnu::visibility("hidden")]] String::format_state {
   /// The colon of %p, behind which the eight digits of the value stand.
   static constexpr std::int32_t COLON_PLACE = DIGITS_END - 9;
 
-  String& text;               // what is built; its block is clear behind the text
+  /// The block of an ordinary text: 4096 units and a terminator.
+  static constexpr std::uint32_t BUILD_BYTES = 8194;
+  /// What is built on the stack first. Never a size that a text has on the heap, where no block is smaller than
+  /// BUILD_BYTES.
+  static constexpr std::uint32_t START_BYTES = 1024;
+
+  /// Lends an empty String the stack to be built in, and takes back what it didn't leave for the heap.
+  class StackBlock {
+   public:
+    explicit StackBlock(String& text) : fText(text) {
+      fText.fData = reinterpret_cast<unsigned char*>(fUnits);
+      fText.fSize = START_BYTES;
+      fUnits[0] = 0;
+    }
+    StackBlock(const StackBlock&) = delete;
+    StackBlock& operator=(const StackBlock&) = delete;
+    ~StackBlock() {
+      if (fText.fSize == START_BYTES) fText.fSize = 0;
+    }
+
+   private:
+    String& fText;
+    std::uint16_t fUnits[START_BYTES / 2];
+  };
+
+  String& text;               // what is built, terminated at every moment
   FormatArguments arguments;  // those not yet taken
   std::int32_t count = 0;     // output positions so far; bytes for 8-bit text
 
@@ -32,6 +57,12 @@ struct [[gnu::visibility("hidden")]] String::format_state {
   std::uint16_t scratch[DIGITS_END + 1];  // where numbers are written
 
   format_state(String & target, std::va_list list) : text(target), arguments(list) {}
+
+  /// Appends `n` units and returns where to write them. What outgrows the stack moves to a block of BUILD_BYTES, and
+  /// what outgrows that to an exact fit.
+  static std::uint16_t* append(String & text, std::uint32_t n);
+  /// Makes `target` the text that was built, in a block that is clear behind it: its own if that has the size.
+  static void assign(String & target, String & built);
 
   /// Puts out the format up to the next percent sign or its end, and returns that place.
   const char* literal(const char* format);
@@ -60,8 +91,8 @@ struct [[gnu::visibility("hidden")]] String::format_state {
   void field();
   void put_prefix();
   void fill(char c, std::int64_t n);
-  /// Appends `n` units and returns where to write them. Grows the block to an exact fit only when they have no room.
-  std::uint16_t* append(std::uint32_t n);
+  static void leave_stack(String & built);
+  static void copy_clear_behind(unsigned char* block, const String& built);
   void advance(std::int64_t n) { count = static_cast<std::int32_t>(static_cast<std::uint32_t>(count + n)); }
 };
 
