@@ -1,7 +1,7 @@
 #include <cstdarg>
-#include <cstring>
 #include <limits>
 
+#include "zqcore27/strings/byte_table.h"
 #include "zqcore27/strings/scan_state.h"
 #include "zqcore27/strings/string.h"
 
@@ -13,7 +13,7 @@ constexpr std::int32_t NO_WIDTH = std::numeric_limits<std::int32_t>::max();
 
 bool isFormatSpace(char c) { return c == ' ' || c == '\t' || c == '\n'; }
 
-bool isConversion(char c) { return c != 0 && std::strchr("%dfsxuieEgGcn[XopbS", c) != nullptr; }
+constexpr ByteTable CONVERSIONS("%dfsxuieEgGcn[XopbS");
 
 }  // namespace
 
@@ -46,7 +46,7 @@ std::int32_t String::str_ScanVar(const char* format, std::va_list args) {
     }
     state.options();
     const char conversion = *state.fFormat;
-    if (!isConversion(conversion)) break;
+    if (!CONVERSIONS.has(conversion)) break;
     ++state.fFormat;
     if (conversion != '%' && !state.has(SCAN_SUPPRESS)) state.fDest = va_arg(args, void*);
     const scanf_state::Outcome outcome = state.convert(conversion);

@@ -17,11 +17,14 @@ std::int32_t String::str_scanfloat(scanf_state* state) {
   char number[MOST_CHARACTERS];
   char* end = number;
   NumberSyntax syntax;
-  for (state->fWidth = std::min(state->fWidth, MOST_CHARACTERS); state->fWidth > 0; state->take()) {
+  state->fWidth = std::min(state->fWidth, MOST_CHARACTERS);
+  while (state->fWidth > 0) {
     const NumberSyntax::Step step = syntax.step(state->fCurrent);
     if (step == NumberSyntax::FAIL) return 0;
     if (step == NumberSyntax::DONE) break;
     *end++ = state->fCurrent;
+    state->take();
+    if (syntax.among_digits()) state->take_while(isScanDigit, [&end](char c) { *end++ = c; });
   }
   if (!syntax.complete()) return 0;
   if (state->has(SCAN_SUPPRESS)) return 1;

@@ -54,12 +54,14 @@ String::scanf_state::Outcome String::scanf_state::integer(char conversion) {
   if (radix == BY_OPENING) radix = radix_by_opening();
 
   std::uint32_t negative = 0;  // the number so far, below zero; wraps
-  bool digit_seen = false;
-  for (; fWidth > 0 && scanDigitValue(fCurrent) < radix; take()) {
-    negative = negative * radix - scanDigitValue(fCurrent);
-    digit_seen = true;
+  const std::int32_t before = fWidth;
+  if (radix == 10) {
+    take_while(isScanDigit, [&negative](char c) { negative = negative * 10 - static_cast<std::uint32_t>(c - '0'); });
+  } else {
+    take_while([radix](char c) { return scanDigitValue(c) < radix; },
+               [radix, &negative](char c) { negative = negative * radix - scanDigitValue(c); });
   }
-  if (!digit_seen) return text_ended() ? END_OF_TEXT : GO_ON;
+  if (fWidth == before) return text_ended() ? END_OF_TEXT : GO_ON;
   if (has(SCAN_SUPPRESS)) return GO_ON;
 
   const std::uint32_t value = has(SCAN_NEGATIVE) ? negative : 0 - negative;

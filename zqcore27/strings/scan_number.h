@@ -19,6 +19,11 @@ class NumberSyntax {
   /// Looks at the next character, 0 at the end of the text.
   Step step(char c);
 
+  /// Whether decimal digits are taken as they come: as many as follow can be passed over, as they change nothing.
+  bool among_digits() const {
+    return fDigitSeen && (fState == WHOLE_DIGITS || fState == FRACTION_DIGITS || fState == EXPONENT_DIGITS);
+  }
+
   /// Whether what was taken is a number, also when no DONE was reached. A word never is before the character behind it
   /// was looked at.
   bool complete() const { return fState != WORD && fDigitSeen; }

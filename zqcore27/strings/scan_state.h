@@ -57,6 +57,20 @@ struct [[gnu::visibility("hidden")]] String::scanf_state {
     --fWidth;
     read();
   }
+  /// Uses characters up while they belong to what is taken and the width lasts; `use` is given each. The characters
+  /// that belong must not include 0.
+  template <class Belongs, class Use>
+  void take_while(Belongs belongs, Use use) {
+    const std::uint16_t* const in = fInput;
+    const std::int32_t width = fWidth;
+    char c = fCurrent;
+    std::int32_t taken = 0;
+    for (; taken < width && belongs(c); c = static_cast<char>(in[taken++])) use(c);
+    fCurrent = c;
+    fCharsRead += taken;
+    fWidth -= taken;
+    fInput += taken;
+  }
   void give_back() {
     if (!text_ended()) unget_char_from_data(static_cast<unsigned char>(fCurrent), this);
   }

@@ -39,10 +39,12 @@ String::scanf_state::Outcome String::scanf_state::word() {
   if (text_ended()) return END_OF_TEXT;
   const bool wanted = !has(SCAN_SUPPRESS);
   if (wanted) ++fAssigned;
-  for (; fWidth > 0 && !endsWord(fCurrent); take()) {
-    if (wanted) store_byte();
-  }
-  if (wanted) store('\0');
+  char* place = static_cast<char*>(fDest);
+  take_while([](char c) { return !endsWord(c); },
+             [wanted, &place](char c) {
+               if (wanted) *place++ = c;
+             });
+  if (wanted) *place = 0;
   return text_ended() ? END_OF_TEXT : GO_ON;
 }
 
