@@ -2,6 +2,9 @@
 
 #include <iterator>
 
+#include "zqcore27/errors/mem_error.h"
+#include "zqcore27/errors/no_words.h"
+
 inline namespace zqcore27 {
 
 namespace {
@@ -35,14 +38,18 @@ CStrError::~CStrError() = default;
 const char* CStrError::module() const { return "Constant Strings"; }
 
 const std::uint16_t* CStrError::description(CStr*) const {
-  const std::uint32_t number = code();
-  if (number < std::size(WORDS)) {
-    fDescription = WORDS[number];
-  } else {
-    fDescription.build("Unknown CStr error (code 0x%lX)", number);
+  try {
+    const std::uint32_t number = code();
+    if (number < std::size(WORDS)) {
+      fDescription = WORDS[number];
+    } else {
+      fDescription.build("Unknown CStr error (code 0x%lX)", number);
+    }
+    fDescription += fDetail;
+    return fDescription.begin();
+  } catch (const MemError&) {
+    return withoutWords(fDescription);
   }
-  fDescription += fDetail;
-  return fDescription.begin();
 }
 
 }  // namespace zqcore27

@@ -130,7 +130,7 @@ class CoreBootstrap {
       gCore = core;
       core->use();
       fProcess = callingProcessId();
-      std::atexit(giveUp);
+      if (std::atexit(giveUp) != 0) core->unuse();  // or nobody would
     } catch (...) {
       // Nothing may leave the load step. Without a core gCore stays null.
     }

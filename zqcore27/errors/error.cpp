@@ -1,10 +1,14 @@
 #include "zqcore27/errors/error.h"
 
+#include <array>
 #include <memory>
+#include <new>
 
 #include "zqcore27/core/core_hold.h"
 #include "zqcore27/errors/cstr.h"
 #include "zqcore27/errors/error_error_insert.h"
+#include "zqcore27/errors/mem_error.h"
+#include "zqcore27/errors/no_words.h"
 
 inline namespace zqcore27 {
 
@@ -12,7 +16,19 @@ namespace {
 
 constexpr std::size_t MAX_BUILT_INSERTS = CStr::MAX_VALUES;  // with more, the catalogue's text stands as it is
 
+constexpr char NO_WORDS[] = "Error in obtaining description of previous error.";
+constexpr auto NO_WORDS_UNITS = [] {
+  std::array<std::uint16_t, sizeof NO_WORDS> units{};
+  for (std::size_t i = 0; i < units.size(); ++i) units[i] = static_cast<unsigned char>(NO_WORDS[i]);
+  return units;
+}();
+
 }  // namespace
+
+const std::uint16_t* withoutWords(String& description) noexcept {
+  description.terminate(0u);
+  return NO_WORDS_UNITS.data();
+}
 
 Error::Error(std::uint32_t code, bool fatal) : fCode(code), fFatal(fatal) {}
 
@@ -79,13 +95,18 @@ void Error::get(String& out, CStr* cstr) const {
 const std::uint16_t* Error::description(CStr* cstr) const {
   if (fDescription.size() != 0) return fDescription.begin();
   const CoreUse texts;  // stay good while they are in hand
-  if (fCode != 0 && cstr != nullptr) {
-    describe_from_catalogue(cstr);
-  } else {
-    fDescription = fCode == 0 ? "No Error code" : "Could not obtain text from Error code";
-    append_inserts(cstr);
+  try {
+    if (fCode != 0 && cstr != nullptr) {
+      describe_from_catalogue(cstr);
+    } else {
+      fDescription = fCode == 0 ? "No Error code" : "Could not obtain text from Error code";
+      append_inserts(cstr);
+    }
+    return fDescription.begin();
+  } catch (const MemError&) {
+  } catch (const std::bad_alloc&) {
   }
-  return fDescription.begin();
+  return withoutWords(fDescription);
 }
 
 void Error::describe_from_catalogue(CStr* cstr) const {
@@ -100,7 +121,7 @@ void Error::describe_from_catalogue(CStr* cstr) const {
     for (std::size_t i = 0; i < n; ++i) t[i] = fInserts[i]->get(cstr);
     cstr->build(fDescription, fCode, t[0], t[1], t[2], t[3], t[4], t[5], t[6], t[7], t[8], t[9]);
   } catch (...) {
-    fDescription = "Error in obtaining description of previous error.";
+    fDescription = NO_WORDS;
   }
 }
 

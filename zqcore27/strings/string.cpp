@@ -229,8 +229,10 @@ unsigned int String::copy_from_wide(const std::uint16_t* s, unsigned int n, Nati
   return length;
 }
 
+// Never destroyed, and never in need of memory.
 const String& nullString() {
-  static const String& empty = *new String;
+  alignas(String) static unsigned char place[sizeof(String)];
+  static const String& empty = *new (place) String;
   return empty;
 }
 

@@ -24,7 +24,9 @@ class Hold {
 };
 
 constinit std::atomic<JTCThreadGroup*> termGroup{nullptr};  // never destroyed
-constinit thread_local JTCThread* current = nullptr;
+// In the block that each thread is started with: the dynamic model takes memory at the first use in a thread, and ends
+// the process where there is none.
+[[gnu::tls_model("initial-exec")]] constinit thread_local JTCThread* current = nullptr;
 
 }  // namespace
 

@@ -1,0 +1,151 @@
+// The road of a configuration file: it is opened, a thread reads ahead, tokens are taken, and its error gets its words.
+
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <new>
+
+#include "tests/faults/fault_loop.h"
+#include "tests/support/catalogue_builder.h"
+#include "tests/support/temp_dir.h"
+#include "zqcore27/catalogue/cstr_enterprise.h"
+#include "zqcore27/config/config.h"
+#include "zqcore27/config/config_error.h"
+#include "zqcore27/errors/mem_error.h"
+#include "zqcore27/files/file_locator.h"
+#include "zqcore27/strings/armour.h"
+
+namespace {
+
+constexpr std::uint32_t LINES = 1200;  // three blocks of the channel
+constexpr std::uint32_t BLOCK_BYTES = 16000;
+constexpr std::uint32_t SECRET_LINES = 12;  // of the armoured file
+
+const char* const NO_WORDS = "Error in obtaining description of previous error.";
+const char* const UNCLOSED = "Die Zeichenkette ist nicht geschlossen";
+
+std::string gPlain, gSecret, gNoPlain, gNoSecret;
+
+enum class End { WHOLE, NO_MEMORY, CANNOT_OPEN, READ_FAILED };
+
+/// One statement. False at the end of the text.
+bool readStatement(Config& config, std::uint32_t number) {
+  char expected[32];
+  if (config.nextToken() == Config::EOF_TOKEN) return false;
+  std::snprintf(expected, sizeof expected, "name_%04u", number);
+  requireText(config.getKeyword().begin(), expected);
+  require(config.matchSeparator(Config::EQUALS_TOKEN) == Config::EQUALS_TOKEN, "=");
+  require(config.getInt() == -static_cast<std::int32_t>(number), "the number");
+  require(config.matchSeparator(Config::COMMA_TOKEN) == Config::COMMA_TOKEN, ",");
+  std::snprintf(expected, sizeof expected, "text number %04u", number);
+  requireText(config.getStr().begin(), expected);
+  return config.checkEOS();
+}
+
+/// What the error says: its words, or that there are none, or nothing where the page of the text couldn't be read.
+void requireWords(const FaultRun& run, const Error& e, CStr& cstr, const char* words) {
+  const std::uint16_t* const text = e.description(&cstr);
+  if (run.failed() && sameText(text, NO_WORDS)) return;
+  if (run.failed(FAULT_READ | FAULT_SEEK) && sameText(text, "")) return;
+  requireText(text, words);
+  require(text == e.description(nullptr), "the words stay");
+}
+
+/// The error in the middle of the text: what is wrong with it, or that no more of it can be had.
+End endOf(const FaultRun& run, Config& config, const ConfigError& e, std::uint32_t lines, CStr& cstr) {
+  if (e.code() == ConfigError::READ_FAILED) {
+    require(run.failed(FAULT_READ | FAULT_HEAP), "something was wrong with reading");
+    require(config.charactersProcessed() % BLOCK_BYTES == 0, "all that was read has been delivered");
+    try {
+      config.releaseToken();
+      config.nextToken();
+      require(false, "it comes at every try");
+    } catch (const ConfigError& again) {
+      require(again.code() == e.code(), "the same error");
+    }
+    return End::READ_FAILED;
+  }
+  require(e.code() == ConfigError::UNCLOSED_STRING && lines == LINES, "the one error of the text");
+  requireWords(run, e, cstr, UNCLOSED);
+  config.skipLine();
+  require(config.nextToken() == Config::EOF_TOKEN && config.checkEOS(), "the end of the text");
+  return End::WHOLE;
+}
+
+End read(const FaultRun& run, const std::string& path, bool secret, CStr& cstr) {
+  try {
+    const FileLocator locator{String(path.c_str())};
+    Config config(locator);
+    if (secret) config.enableDecryption(0, false);
+    std::uint32_t lines = 0;
+    try {
+      while (readStatement(config, lines)) ++lines;
+      require(secret && lines == SECRET_LINES, "the end of the text");
+      return End::WHOLE;
+    } catch (const ConfigError& e) {
+      return endOf(run, config, e, lines, cstr);
+    }
+  } catch (const ConfigError& e) {
+    if (e.code() == ConfigError::READ_FAILED) return End::READ_FAILED;  // at the first character
+    require(e.code() == ConfigError::CANNOT_OPEN, "the error of a file that can't be had");
+    require(run.failed(FAULT_OPEN | FAULT_SEEK | FAULT_THREAD | FAULT_HEAP), "and it couldn't");
+    requireWords(run, e, cstr, (secret ? gNoSecret : gNoPlain).c_str());
+    return End::CANNOT_OPEN;
+  } catch (const MemError& e) {
+    require(e.code() == MemError::HEAP_EXHAUSTED && e.fatal() && run.failed(FAULT_HEAP), "no memory");
+    return End::NO_MEMORY;
+  } catch (const std::bad_alloc&) {
+    require(run.failed(FAULT_HEAP), "no memory");
+    return End::NO_MEMORY;
+  }
+}
+
+void road(FaultRun& run) {
+  CStrEnterprise cstr(nullptr, String(), String("de").begin());
+  run.start();
+  const End plain = read(run, gPlain, false, cstr);
+  const End secret = read(run, gSecret, true, cstr);
+  run.stop();
+  if (!run.failed(FAULT_HEAP | FAULT_OPEN | FAULT_READ | FAULT_SEEK | FAULT_THREAD)) {
+    require(plain == End::WHOLE && secret == End::WHOLE, "nothing was in the way");
+  }
+  const FaultRun calm(0, FaultMode::SHORT);  // whatever failed, it is over
+  require(read(calm, gPlain, false, cstr) == End::WHOLE, "the plain file can be read again");
+  require(read(calm, gSecret, true, cstr) == End::WHOLE, "the armoured file can be read again");
+}
+
+std::string statement(std::uint32_t number) {
+  char line[64];
+  std::snprintf(line, sizeof line, "name_%04u = -%u, \"text number %04u\"", number, number, number);
+  return line;
+}
+
+std::string armoured(const std::string& line) {
+  auto size = static_cast<std::int32_t>(LengthInAscii(static_cast<std::uint32_t>(line.size())) + 4);
+  std::string out(static_cast<std::size_t>(size), 0);
+  StringInOut(reinterpret_cast<const unsigned char*>(line.data()), static_cast<std::int32_t>(line.size()),
+              reinterpret_cast<unsigned char*>(out.data()), &size);
+  return out.c_str();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const TempDir directory;
+  std::string plain, secret;
+  for (std::uint32_t i = 0; i < LINES; ++i) plain += statement(i) + "\n";
+  for (std::uint32_t i = 0; i < SECRET_LINES; ++i) secret += armoured(statement(i)) + "\n";
+  gPlain = directory.write("plain.conf", plain + "name_1200 = -1200, \"not closed\n");
+  gSecret = directory.write("secret.conf", secret);
+  gNoPlain = "Die Datei " + gPlain + " ist nicht zu haben";
+  gNoSecret = "Die Datei " + gSecret + " ist nicht zu haben";
+
+  CatalogueBuilder words;
+  words.texts = {{ConfigError::CANNOT_OPEN,
+                  u"Die Datei \x13"
+                  u"1 ist nicht zu haben"},
+                 {ConfigError::UNCLOSED_STRING, u"Die Zeichenkette ist nicht geschlossen"}};
+  directory.write("strings_200__de.cst", words.bytes());
+  setenv("tavio_language", directory.path().c_str(), 1);
+  return faultLoop(argc, argv, {"config", road});
+}

@@ -1,0 +1,130 @@
+#include "tests/faults/fault_loop.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <iterator>
+#include <new>
+
+namespace {
+
+constexpr unsigned LONGEST_RUN = 60;  // seconds: more is a hang
+
+const char* const MODES[] = {"none", "once", "from then", "interrupted", "short"};
+
+int lowestFreeDescriptor() {
+  const int descriptor = open("/dev/null", O_RDONLY);
+  close(descriptor);
+  return descriptor;
+}
+
+std::size_t threads() {
+  const std::filesystem::directory_iterator tasks("/proc/self/task");
+  return static_cast<std::size_t>(std::distance(begin(tasks), end(tasks)));
+}
+
+/// The last that a run does: looks at what is left.
+void requireNothingLeft(const FaultScenario& scenario, int descriptor) {
+  while (threads() != 1) usleep(100);  // extra workers of a pool end by themselves; the alarm sees to the rest
+  scenario.end();
+  require(lowestFreeDescriptor() == descriptor, "no descriptor stays open");
+  const std::uint32_t live = faultsSeen().live;
+  if (live > scenario.kept) std::fprintf(stderr, "%u blocks live\n", live);
+  require(live <= scenario.kept, "no block is left");
+}
+
+FaultsSeen runHere(const FaultScenario& scenario, std::uint32_t n, FaultMode mode) {
+  const int descriptor = lowestFreeDescriptor();
+  FaultRun run(n, mode);
+  try {
+    scenario.run(run);
+  } catch (...) {
+    run.stop();
+    require(false, "nothing leaves the scenario");
+  }
+  run.stop();
+  const FaultsSeen seen = faultsSeen();
+  requireNothingLeft(scenario, descriptor);
+  return seen;
+}
+
+/// False if the run failed.
+bool runApart(const FaultScenario& scenario, std::uint32_t n, FaultMode mode, FaultsSeen& seen) {
+  const pid_t child = fork();
+  if (child == 0) {
+    alarm(LONGEST_RUN);
+    seen = runHere(scenario, n, mode);
+    _exit(0);
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return true;
+  std::fprintf(stderr, "%s: mode %d (%s), call %u: ", scenario.name, static_cast<int>(mode),
+               MODES[static_cast<int>(mode)], n);
+  if (WIFSIGNALED(status)) {
+    std::fprintf(stderr, "signal %d%s\n", WTERMSIG(status), WTERMSIG(status) == SIGALRM ? ", it hung" : "");
+  } else {
+    std::fprintf(stderr, "status %d\n", WEXITSTATUS(status));
+  }
+  return false;
+}
+
+}  // namespace
+
+void require(bool holds, const char* what, int line, const char* file) {
+  if (holds) return;
+  faultsStop();
+  std::fprintf(stderr, "%s:%d: doesn't hold: %s\n", file, line, what);
+  if (std::getenv("FAULTS_ABORT") != nullptr) std::abort();
+  _exit(1);
+}
+
+bool sameText(const std::uint16_t* is, const char* expected) {
+  if (is == nullptr) return false;
+  std::size_t i = 0;
+  while (is[i] != 0 && is[i] == static_cast<unsigned char>(expected[i])) ++i;
+  return is[i] == static_cast<unsigned char>(expected[i]);
+}
+
+void requireText(const std::uint16_t* is, const char* expected, int line, const char* file) {
+  if (sameText(is, expected)) return;
+  faultsStop();
+  std::fprintf(stderr, "got: ");
+  for (; is != nullptr && *is != 0; ++is) std::fputc(*is < 128 ? *is : '?', stderr);
+  std::fprintf(stderr, "\n");
+  require(false, expected, line, file);
+}
+
+int faultLoop(int argc, char** argv, const FaultScenario& scenario) {
+  if (faultsStart == nullptr) return std::fprintf(stderr, "start it with the fault object as LD_PRELOAD\n"), 2;
+  if (argc == 3) {
+    runHere(scenario, static_cast<std::uint32_t>(std::atoi(argv[2])), static_cast<FaultMode>(std::atoi(argv[1])));
+    return 0;
+  }
+  void* const page = mmap(nullptr, sizeof(FaultsSeen), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  auto& seen = *new (page) FaultsSeen{};
+  std::uint32_t failures = 0;
+  for (int mode = 0; mode < static_cast<int>(std::size(MODES)); ++mode) {
+    std::uint32_t runs = 0;
+    std::uint64_t delivered = 0;
+    std::uint32_t kinds = 0;
+    do {
+      seen = {};
+      if (!runApart(scenario, ++runs, static_cast<FaultMode>(mode), seen)) {
+        seen.delivered = 1;  // to go on with the next one
+        if (++failures == 10) return 1;
+      }
+      delivered += seen.delivered;
+      kinds |= seen.kinds;
+    } while (seen.delivered != 0);
+    std::printf("%-10s %-12s %5u runs %7llu faults, kinds %3x, %u calls at the end\n", scenario.name, MODES[mode], runs,
+                static_cast<unsigned long long>(delivered), kinds, seen.calls);
+    std::fflush(stdout);
+  }
+  return failures == 0 ? 0 : 1;
+}

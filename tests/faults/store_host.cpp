@@ -1,0 +1,219 @@
+// A store that grows, beside a model of it, and a tree on a store of its own.
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "tests/faults/fault_loop.h"
+#include "zqcore27/blocks/sb_tree.h"
+#include "zqcore27/blocks/supa_block.h"
+#include "zqcore27/blocks/supa_block_iterator.h"
+#include "zqcore27/blocks/tree_iterator.h"
+#include "zqcore27/errors/mem_error.h"
+
+namespace {
+
+/// True if `change` was made; false if there was no memory for it.
+template <class Change>
+bool made(const FaultRun& run, Change change) {
+  try {
+    change();
+    return true;
+  } catch (const MemError& e) {
+    require(e.code() == MemError::HEAP_EXHAUSTED && e.fatal() && run.failed(FAULT_HEAP), "no memory");
+  } catch (const std::bad_alloc&) {
+    require(run.failed(FAULT_HEAP), "no memory");
+  }
+  return false;
+}
+
+const unsigned char* bytesOf(const std::string& text) { return reinterpret_cast<const unsigned char*>(text.data()); }
+
+/// A store and what it should hold. Each operation happens wholly or not at all.
+class Store {
+ public:
+  explicit Store(const FaultRun& run) : fRun(run) {}
+
+  bool make() {
+    SupaBlockHints hints;
+    hints.fMaxBodySize = 600;
+    hints.fAvgBlockSize = 20;
+    hints.fMinBlocks = 4;
+    hints.fMaxBlocks = 20;
+    hints.fDirShift = 1;
+    return made(fRun, [&] { fStore = std::make_unique<SupaBlock>(SupaBlock::SB_DIRECTORY, hints); });
+  }
+
+  void grow() {
+    std::uint32_t random = 1;
+    for (int step = 0; step < 150; ++step) {
+      random = random * 1664525 + 1013904223;
+      const auto at = static_cast<std::size_t>(random >> 16) % (fModel.size() + 1);
+      change(step % 5, at, text(random >> 8));
+      if (step % 8 == 0) walk();
+    }
+    check();
+  }
+
+  void check() {
+    require(fStore->getSize() == static_cast<std::int32_t>(fModel.size()), "as many blocks as there should be");
+    for (std::size_t i = 0; i < fModel.size(); ++i) {
+      SupaBlockDatum datum;
+      require(fStore->get(static_cast<std::int32_t>(i), &datum) && datum.fSize == fModel[i].size() &&
+                  std::memcmp(datum.fData, fModel[i].data(), datum.fSize) == 0,
+              "each block as it should be");
+    }
+  }
+
+ private:
+  static std::string text(std::uint32_t random) {
+    const FaultPause pause;
+    return std::string(4 + random % 14 * 4, static_cast<char>('a' + random % 26));
+  }
+
+  void change(int kind, std::size_t at, const std::string& text) {
+    const auto idx = static_cast<std::int32_t>(at);
+    const auto size = static_cast<unsigned int>(text.size());
+    const auto place = fModel.begin() + idx;
+    const std::int32_t before = fStore->getSize();
+    bool done = false;
+    if (kind == 4 && at != fModel.size()) {
+      fStore->deleteBlock(idx);  // raises nothing
+      const FaultPause pause;
+      fModel.erase(place);
+      return;
+    }
+    if (kind == 3 && at != fModel.size()) {
+      done = made(fRun, [&] { require(fStore->replace(idx, bytesOf(text), size), "a block is rewritten"); });
+      const FaultPause pause;
+      if (done) *place = text;
+    } else {
+      done = made(fRun, [&] { require(fStore->insert(idx, bytesOf(text), size), "a block is put in"); });
+      const FaultPause pause;
+      if (done) fModel.insert(place, text);
+    }
+    if (!done) require(fStore->getSize() == before, "a change that failed leaves the size");
+    if (!done) check();
+  }
+
+  /// Iterators see every block, whatever was changed before them.
+  void walk() {
+    made(fRun, [&] {
+      const std::unique_ptr<SupaBlockIterator> it(new SupaBlockIterator(fStore.get(), -1));
+      std::size_t seen = 0;
+      while (it->nextBlock(nullptr) != nullptr) ++seen;
+      require(seen == fModel.size(), "a walk passes all blocks");
+    });
+  }
+
+  const FaultRun& fRun;
+  std::unique_ptr<SupaBlock> fStore;
+  std::vector<std::string> fModel;
+};
+
+/// Every node's runs, and a walk that is kept on the last node.
+class Tree {
+ public:
+  explicit Tree(const FaultRun& run) : fRun(run) {}
+
+  bool make() {
+    SupaBlockHints hints;
+    hints.fAvgRuns = 2;
+    return made(fRun, [&] { fTree = std::make_unique<SBTree>(hints); });
+  }
+
+  /// A chain of NODES levels, each with a leaf beside it.
+  void grow() {
+    for (std::uint32_t i = 0; i < NODES; ++i) {
+      const std::uint32_t runs[2] = {i < 2 ? 0 : i - 2, i < 2 ? 0 : i - 1};
+      const unsigned int count = i % 2 == 0 && i != 0 ? 1 : 0;
+      while (!made(fRun, [&] { fTree->buildTreeNode(i, reinterpret_cast<const unsigned char*>(runs), count); })) {
+        require(!hasNode(i), "a node that wasn't made isn't there");
+        if (fRun.mode() == FaultMode::FROM_THEN) return;
+      }
+      fTree->setRootNodeIdx(i);
+    }
+    check(NODES);
+    std::unique_ptr<TreeIterator> walk;
+    const bool walks = made(fRun, [&] { walk.reset(fTree->newIter()); });
+    // A step that fails is none.
+    std::uint32_t steps = 0;
+    bool ended = !walks;
+    for (std::uint32_t tries = 0; tries < 2 * NODES && !ended; ++tries) {
+      made(fRun, [&] {
+        ended = walk->nextDFNode(false) == SBTree::IDX_NONE;
+        if (!ended) ++steps;
+      });
+    }
+    require(!walks || (ended ? steps == NODES - 1 : fRun.mode() == FaultMode::FROM_THEN), "a walk sees every node");
+    insertAndDelete();
+  }
+
+  bool hasNode(std::uint32_t idx) {
+    SBTreeChildData data;
+    return fTree->treeData(idx, &data);
+  }
+
+ private:
+  static constexpr std::uint32_t NODES = 41;
+
+  /// Puts a leaf in under the root and takes it away again: all other nodes are repaired, or stay.
+  void insertAndDelete() {
+    for (int round = 0; round < 12; ++round) {
+      if (!made(fRun, [&] { fTree->buildTreeNodeInsert(NODES - 2, nullptr, 0); })) {
+        check(NODES);
+        continue;
+      }
+      require(fTree->getRootNodeIdx() == NODES && hasNode(NODES), "a node more");
+      fTree->deleteNode(NODES - 2);
+      check(NODES);
+    }
+    Bitmap bits;
+    if (made(fRun, [&] { bits.set(3), fTree->terminatorHints(bits), fTree->cloneHints(bits); })) {
+      require(!fTree->indexIsAParent(3) && fTree->indexIsAParent(4), "hints that were taken");
+    }
+    if (made(fRun, [&] { fTree->clearTreeNodes(); })) {
+      require(!hasNode(0), "an empty tree");
+    } else {
+      check(NODES);
+    }
+  }
+
+  void check(std::uint32_t nodes) {
+    require(fTree->getRootNodeIdx() == nodes - 1 && !hasNode(nodes), "as many nodes as there should be");
+    for (std::uint32_t i = 0; i < nodes; ++i) {
+      SBTreeChildData data;
+      require(fTree->treeData(i, &data), "each node");
+      const bool parent = i % 2 == 0 && i != 0;
+      require(data.size() == (parent ? 2u : 0u), "each node's runs");
+      if (parent) require(data.firstIndex()[0] == i - 2 && data.firstIndex()[1] == i - 1, "each run");
+    }
+  }
+
+  const FaultRun& fRun;
+  std::unique_ptr<SBTree> fTree;
+};
+
+template <class Grown>
+void growTwice(FaultRun& run) {
+  {
+    Grown grown(run);
+    run.start();
+    if (grown.make()) grown.grow();
+    run.stop();
+  }
+  const FaultRun calm(0, FaultMode::SHORT);  // whatever failed, it is over
+  Grown grown(calm);
+  require(grown.make(), "another one");
+  grown.grow();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const int store = faultLoop(argc, argv, {"store", growTwice<Store>});
+  return argc == 1 && store == 0 ? faultLoop(argc, argv, {"tree", growTwice<Tree>}) : store;
+}
