@@ -65,7 +65,10 @@ void askAll(const FaultRun& run, bool failedBefore) {
                    CStrEnterprise cstr(nullptr, String(), String("de").begin());
                    CStr& catalogue = cstr;
                    for (const std::uint32_t number : {0u, WORDS - 1, 20u, 0u, 40u}) {
-                     const Got got = ask(run, [&] { return isWord(catalogue.get(FIRST + number), number, failed()); });
+                     const Got got = ask(run, [&] {
+                       const std::uint16_t* const text = catalogue.get(FIRST + number);
+                       return isWord(text, number, failed());
+                     });
                      requireOutcome(run, got);
                    }
                    return true;

@@ -41,8 +41,15 @@ std::atomic<bool> gCounting{false};
 std::atomic<bool> gTracking{false};  // once started, until the process ends
 std::atomic<std::uint32_t> gTarget{0}, gCalls{0}, gDelivered{0}, gKinds{0};
 
-// The dynamic linker keeps blocks with the stacks of threads that it keeps: they are nobody's leak.
-std::uintptr_t gLinkerBegin = 0, gLinkerEnd = 0;
+struct Module {
+  bool holds(void* place) const {
+    const auto at = reinterpret_cast<std::uintptr_t>(place);
+    return at >= begin && at < end;
+  }
+  std::uintptr_t begin = 0, end = 0;
+};
+Module gLinker;   // keeps blocks with the stacks of threads that it keeps: they are nobody's leak
+Module gRuntime;  // the C runtime where a sanitizer's own threads go through it, which can't do without memory
 
 /// Blocks taken between the marks: a table with open addressing.
 class Blocks {
@@ -126,15 +133,16 @@ bool moves(std::uint32_t kind, int error, size_t& n) {
   return !fails(kind, error);
 }
 
-bool noHeap() { return gMode != FaultMode::INTERRUPTED && gMode != FaultMode::SHORT && fails(FAULT_HEAP, ENOMEM); }
+bool noHeap(void* caller) {
+  if (gRuntime.holds(caller)) return false;
+  return gMode != FaultMode::INTERRUPTED && gMode != FaultMode::SHORT && fails(FAULT_HEAP, ENOMEM);
+}
 bool refused(std::uint32_t kind, int error) {
   return gMode != FaultMode::INTERRUPTED && gMode != FaultMode::SHORT && fails(kind, error);
 }
 
 void* noted(void* block, void* caller) {
-  const auto from = reinterpret_cast<std::uintptr_t>(caller);
-  const bool linker = from >= gLinkerBegin && from < gLinkerEnd;
-  if (block != nullptr && gCounting && gPaused == 0 && !linker) gBlocks.add(block);
+  if (block != nullptr && gCounting && gPaused == 0 && !gLinker.holds(caller)) gBlocks.add(block);
   return block;
 }
 
@@ -175,15 +183,19 @@ const Next& runtime() {
   return found;
 }
 
-int findLinker(dl_phdr_info* module, std::size_t, void*) {
-  if (module->dlpi_addr != getauxval(AT_BASE)) return 0;
+int findModules(dl_phdr_info* module, std::size_t, void*) {
+  Module found;
   for (int i = 0; i < module->dlpi_phnum; ++i) {
     if (module->dlpi_phdr[i].p_type != PT_LOAD) continue;
     const std::uintptr_t begin = module->dlpi_addr + module->dlpi_phdr[i].p_vaddr;
-    if (gLinkerBegin == 0) gLinkerBegin = begin;
-    gLinkerEnd = begin + module->dlpi_phdr[i].p_memsz;
+    if (found.begin == 0) found.begin = begin;
+    found.end = begin + module->dlpi_phdr[i].p_memsz;
   }
-  return 1;
+  if (module->dlpi_addr == getauxval(AT_BASE)) gLinker = found;
+#ifdef FAULTS_OVER_SANITIZER
+  if (strstr(module->dlpi_name, "/libc.so") != nullptr) gRuntime = found;
+#endif
+  return 0;
 }
 
 }  // namespace
@@ -195,7 +207,7 @@ extern "C" {
 
 EXPORTED void faultsStart(std::uint32_t n, FaultMode mode) {
   runtime();
-  dl_iterate_phdr(findLinker, nullptr);
+  dl_iterate_phdr(findModules, nullptr);
   gTarget = n;
   gMode = mode;
   gCalls = gDelivered = gKinds = 0;
@@ -205,10 +217,12 @@ EXPORTED void faultsStop() { gCounting = false; }
 EXPORTED FaultsSeen faultsSeen() { return {gCalls, gDelivered, gKinds, gBlocks.live()}; }
 EXPORTED void faultsPause(int by) { gPaused += by; }
 
-EXPORTED void* malloc(size_t n) { return noHeap() ? nullptr : noted(HEAP(malloc)(n), CALLER); }
-EXPORTED void* calloc(size_t count, size_t n) { return noHeap() ? nullptr : noted(HEAP(calloc)(count, n), CALLER); }
+EXPORTED void* malloc(size_t n) { return noHeap(CALLER) ? nullptr : noted(HEAP(malloc)(n), CALLER); }
+EXPORTED void* calloc(size_t count, size_t n) {
+  return noHeap(CALLER) ? nullptr : noted(HEAP(calloc)(count, n), CALLER);
+}
 EXPORTED void* realloc(void* block, size_t n) {
-  if (noHeap()) return nullptr;
+  if (noHeap(CALLER)) return nullptr;
   const bool known = block != nullptr && gTracking && gBlocks.remove(block);
   void* const moved = HEAP(realloc)(block, n);
   if (moved == nullptr && n != 0 && known) gBlocks.add(block);
@@ -216,10 +230,10 @@ EXPORTED void* realloc(void* block, size_t n) {
   return block == nullptr ? noted(moved, CALLER) : moved;
 }
 EXPORTED void* aligned_alloc(size_t alignment, size_t n) {
-  return noHeap() ? nullptr : noted(HEAP(memalign)(alignment, n), CALLER);
+  return noHeap(CALLER) ? nullptr : noted(HEAP(memalign)(alignment, n), CALLER);
 }
 EXPORTED int posix_memalign(void** block, size_t alignment, size_t n) {
-  void* const taken = noHeap() ? nullptr : noted(HEAP(memalign)(alignment, n), CALLER);
+  void* const taken = noHeap(CALLER) ? nullptr : noted(HEAP(memalign)(alignment, n), CALLER);
   if (taken == nullptr) return ENOMEM;
   *block = taken;
   return 0;

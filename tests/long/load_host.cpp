@@ -1,0 +1,38 @@
+// load_host PLUGIN LIBRARY: loads a module that is linked with the library, uses it, and gives both back, again and
+// again. Threads go with each round, and memory stays what it was.
+
+#include <dlfcn.h>
+
+#include "tests/long/long_run.h"
+
+namespace {
+
+// What a load leaves: the thread layer's objects and the name of the user's language, which are never freed.
+constexpr std::size_t KEPT_OF_A_LOAD = 384;
+
+void loadAndUse(const char* plugin, const char* library, const std::string& directory) {
+  void* const module = dlopen(plugin, RTLD_NOW | RTLD_LOCAL);
+  if (module == nullptr) std::puts(dlerror());
+  require(module != nullptr, "it can be loaded");
+  using Use = void (*)(const char*);
+  reinterpret_cast<Use>(dlsym(module, "useTheLibrary"))(directory.c_str());
+  require(threadsAlive() == 1, "all threads have gone");
+  dlclose(module);
+  require(dlopen(plugin, RTLD_NOW | RTLD_NOLOAD) == nullptr, "the module has gone");
+  require(dlopen(library, RTLD_NOW | RTLD_NOLOAD) == nullptr, "the library has gone");
+}
+
+}  // namespace
+
+int main(int, char** argv) {
+  const LongRunFiles files;
+  const std::string directory = std::filesystem::path(files.path("long.conf")).parent_path();
+  loadAndUse(argv[1], argv[2], directory);
+  const std::uint32_t loads = rounds(20, 1000);
+  const std::size_t before = bytesInUse();
+  for (std::uint32_t i = 0; i < loads; ++i) loadAndUse(argv[1], argv[2], directory);
+  const std::size_t after = bytesInUse();
+  std::printf("%u loads: %zu bytes before, %zu after\n", loads, before, after);
+  require(after <= before + loads * KEPT_OF_A_LOAD, "memory stays what it was");
+  return 0;
+}

@@ -1,0 +1,75 @@
+#pragma once
+
+// What the hosts of long runs share: how long they run, the files that they read, and what it costs the process.
+
+#include <malloc.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <iterator>
+#include <string>
+
+#include "tests/support/catalogue_builder.h"
+#include "tests/support/temp_dir.h"
+
+/// `shortRun`, or in a long run what ZQCORE27_LONG says: a count, or 1 for `longRun`.
+inline std::uint32_t rounds(std::uint32_t shortRun, std::uint32_t longRun) {
+  const char* const wanted = std::getenv("ZQCORE27_LONG");
+  if (wanted == nullptr) return shortRun;
+  const auto count = static_cast<std::uint32_t>(std::strtoul(wanted, nullptr, 10));
+  return count > 1 ? count : longRun;
+}
+
+/// Bytes that the process has taken from the heap and not given back; 0 where a sanitizer has the heap.
+inline std::size_t bytesInUse() {
+  const struct mallinfo2 heap = mallinfo2();
+  return heap.uordblks + heap.hblkhd;
+}
+
+inline std::size_t threadsAlive() {
+  const std::filesystem::directory_iterator tasks("/proc/self/task");
+  return static_cast<std::size_t>(std::distance(begin(tasks), end(tasks)));
+}
+
+/// Ends the process, at any time of its life.
+inline void require(bool holds, const char* what, int line = __builtin_LINE(), const char* file = __builtin_FILE()) {
+  if (holds) return;
+  std::fprintf(stderr, "%s:%d: doesn't hold: %s\n", file, line, what);
+  std::_Exit(1);
+}
+
+/// Files that the hosts read.
+class LongRunFiles {
+ public:
+  static constexpr std::uint32_t STATEMENTS = 800;  // two blocks of the reader
+  static constexpr std::uint32_t FIRST_WORD = 0xC2010100, WORDS = 60;
+
+  LongRunFiles() {
+    std::string text;
+    for (std::uint32_t i = 0; i < STATEMENTS; ++i)
+      text += "name = " + std::to_string(i) + ", \"a text of some size\"\n";
+    fDirectory.write("long.conf", text);
+    fDirectory.write("short.conf", "name = 0, \"not closed\n");
+    CatalogueBuilder words;
+    words.texts[0xC2000109] = u"not closed in words";
+    fDirectory.write("strings_200__en.cst", words.bytes());
+    words.texts.clear();
+    for (std::uint32_t i = 0; i < WORDS; ++i)
+      words.texts[FIRST_WORD + i] =
+          u"\x13"
+          u"1 before word " +
+          number(i);
+    fDirectory.write("strings_201__en.cst", words.bytes());
+    setenv("tavio_language", fDirectory.path().c_str(), 1);
+  }
+  std::string path(const char* name) const { return fDirectory / name; }
+
+  static std::u16string number(std::uint32_t i) {
+    return {static_cast<char16_t>('0' + i / 10), static_cast<char16_t>('0' + i % 10)};
+  }
+
+ private:
+  TempDir fDirectory;
+};

@@ -1,0 +1,38 @@
+#pragma once
+
+// What the hosts of long runs do with the library.
+
+#include "tests/long/long_run.h"
+#include "zqcore27/catalogue/cstr_enterprise.h"
+#include "zqcore27/config/config.h"
+#include "zqcore27/config/config_error.h"
+#include "zqcore27/files/file_locator.h"
+
+/// Reads a file to its end, or to its error, which is put into words.
+inline void readConfiguration(const std::string& directory, bool whole) {
+  Config config(FileLocator(String::fromUTF8(directory + (whole ? "/long.conf" : "/short.conf"))));
+  std::int32_t statements = 0;
+  try {
+    for (; config.nextToken() != Config::EOF_TOKEN; ++statements) {
+      require(config.getKeyword() == String("name"), "a keyword");
+      require(config.matchSeparator(Config::EQUALS_TOKEN) != Config::NO_TOKEN, "=");
+      require(config.getInt() == statements, "a number");
+      require(config.matchSeparator(Config::COMMA_TOKEN) != Config::NO_TOKEN, ",");
+      require(config.getStr() == String("a text of some size"), "a text");
+      config.checkEOS();
+    }
+    require(whole && statements == LongRunFiles::STATEMENTS, "the end");
+  } catch (const ConfigError& e) {
+    CStrEnterprise words(nullptr, String(), String("en").begin());
+    require(!whole && String(e.description(&words)).toUTF8() == "not closed in words", "the error, in words");
+  }
+}
+
+/// Looks a text up and puts a value in.
+inline void lookUp(std::uint32_t word) {
+  CStrEnterprise words(nullptr, String(), String("en").begin());
+  String text;
+  words.build(text, LongRunFiles::FIRST_WORD + word, String("value").begin());
+  const std::string number = String(LongRunFiles::number(word)).toUTF8();
+  require(text.toUTF8() == "value before word " + number, "a text with its value");
+}
