@@ -25,14 +25,19 @@ const char* const NO_FILE_WORDS = "Failed to open the constant string file - it 
 /// A text, or why there is none. The German file's place is taken by the English one if it failed when it was opened.
 enum class Got { TEXT, NULL_TEXT, NO_FILE, NO_MEMORY };
 
+/// No exception leaves a description.
+void requireWords(const FaultRun& run, const CStrError& e) noexcept {
+  const std::uint16_t* const words = e.description(nullptr);
+  if (!run.failed(FAULT_HEAP) || !sameText(words, NO_WORDS)) requireText(words, NO_FILE_WORDS);
+}
+
 template <class Ask>
 Got ask(const FaultRun& run, Ask ask) {
   try {
     return ask() ? Got::TEXT : Got::NULL_TEXT;
   } catch (const CStrError& e) {
     require(e.code() == CStrError::CSTR_ERR_NO_FILE && !e.fatal(), "the error of a catalogue that can't be had");
-    const std::uint16_t* const words = e.description(nullptr);
-    if (!run.failed(FAULT_HEAP) || !sameText(words, NO_WORDS)) requireText(words, NO_FILE_WORDS);
+    requireWords(run, e);
     return Got::NO_FILE;
   } catch (const MemError& e) {
     require(e.code() == MemError::HEAP_EXHAUSTED && e.fatal(), "the error of an exhausted heap");

@@ -43,7 +43,8 @@ bool readStatement(Config& config, std::uint32_t number) {
 }
 
 /// What the error says: its words, or that there are none, or nothing where the page of the text couldn't be read.
-void requireWords(const FaultRun& run, const Error& e, CStr& cstr, const char* words) {
+/// No exception leaves a description.
+void requireWords(const FaultRun& run, const Error& e, CStr& cstr, const char* words) noexcept {
   const std::uint16_t* const text = e.description(&cstr);
   if (run.failed() && sameText(text, NO_WORDS)) return;
   if (run.failed(FAULT_READ | FAULT_SEEK) && sameText(text, "")) return;

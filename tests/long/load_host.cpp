@@ -8,7 +8,8 @@
 namespace {
 
 // What a load leaves: the thread layer's objects and the name of the user's language, which are never freed.
-constexpr std::size_t KEPT_OF_A_LOAD = 384;
+constexpr std::size_t KEPT_OF_A_LOAD = 256;
+constexpr std::size_t TOLERANCE = 32 * 1024;  // bytes: what the runtime keeps, whatever the number of loads
 
 void loadAndUse(const char* plugin, const char* library, const std::string& directory) {
   void* const module = dlopen(plugin, RTLD_NOW | RTLD_LOCAL);
@@ -33,6 +34,6 @@ int main(int, char** argv) {
   for (std::uint32_t i = 0; i < loads; ++i) loadAndUse(argv[1], argv[2], directory);
   const std::size_t after = bytesInUse();
   std::printf("%u loads: %zu bytes before, %zu after\n", loads, before, after);
-  require(after <= before + loads * KEPT_OF_A_LOAD, "memory stays what it was");
+  require(after <= before + loads * KEPT_OF_A_LOAD + TOLERANCE, "memory stays what it was");
   return 0;
 }

@@ -31,9 +31,8 @@ class ZQCORE27_EXPORT Error : public FromLibraryHeap {
   /// The code that was given; a subclass may say otherwise.
   virtual std::uint32_t code() const;
   /// The wording; see above. Never null. Built once: a later call gives the same text whatever catalogue it passes.
-  /// The text belongs to the error and lives until it is assigned to or destroyed. Where there is no memory for it, it is
-  /// that of a failed description, and the next call tries again. Errors: without a code, what an insert raises, but
-  /// for missing memory; nothing else.
+  /// The text belongs to the error and lives until it is assigned to or destroyed. Without memory for one it is that of
+  /// a failed description, and isn't kept. Errors: without a code, what an insert raises, missing memory apart.
   virtual const std::uint16_t* description(CStr* cstr) const;
   /// post_process(fatal()).
   virtual bool process();

@@ -13,7 +13,7 @@ constexpr int PAUSES[] = {16, 32, 64, 64, 64};
 
 }  // namespace
 
-constinit thread_local char CriticalSection::threadMark = 0;
+[[gnu::tls_model("initial-exec")]] constinit thread_local char CriticalSection::threadMark = 0;
 
 std::uint32_t CriticalSection::unlockAll() noexcept {
   const std::uint32_t depth = fDepth;
