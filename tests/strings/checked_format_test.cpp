@@ -45,7 +45,7 @@ void expectWanted(std::span<const Row> rows) {
 TEST(CheckedFormatTest, TakesForBuildWhatTheEngineReads) {
   using enum FormatFault;
   static constexpr Row ROWS[] = {
-      {__LINE__, building(nullptr), NONE},
+      {__LINE__, building(""), NONE},
       {__LINE__, building("100 %% %5%"), NONE},
       {__LINE__, building<int>("100 %%"), TOO_MANY_ARGUMENTS},
       {__LINE__, building<int>("%d%d"), TOO_FEW_ARGUMENTS},

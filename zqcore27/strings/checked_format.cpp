@@ -7,7 +7,7 @@ inline namespace zqcore27 {
 void refuseFormat(const char* format) {
   static constexpr std::uint16_t REPLACEMENT = 0xFFFD;
   String shown;
-  for (; format != nullptr && *format != 0; ++format) {
+  for (; *format != 0; ++format) {
     const auto byte = static_cast<unsigned char>(*format);
     shown += byte < 0x80 ? byte : REPLACEMENT;
   }

@@ -35,12 +35,12 @@ inline namespace zqcore27 {
 /// A format that isn't known before the program runs; the check is made when it meets the arguments. Zero-terminated,
 /// null for an empty one; it must outlive the call.
 struct RuntimeFormat {
-  explicit constexpr RuntimeFormat(const char* format) : text(format) {}
+  explicit constexpr RuntimeFormat(const char* format) : text(format != nullptr ? format : "") {}
   const char* text;
 };
 
 /// Throws StringError 0xC200011A (BAD_FORMAT), fatal, with the format as its insert, U+FFFD in place of what isn't
-/// ASCII. Threads: any.
+/// ASCII. Requires: the format isn't null. Threads: any.
 [[noreturn]] ZQCORE27_EXPORT void refuseFormat(const char* format);
 
 /// Not a constant for any fault, so that the compiler shows the line of that fault.

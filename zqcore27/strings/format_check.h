@@ -88,11 +88,11 @@ struct FormatArgument {
 };
 
 /// Walks a format beside the types of its arguments, before anything is built or scanned. One object serves one call
-/// of one of the two operations; a null format is empty. Threads: any.
+/// of one of the two operations. Requires: the format isn't null. Threads: any.
 class FormatCheck {
  public:
   constexpr FormatCheck(const char* format, std::span<const FormatArgument> arguments)
-      : fAt(format != nullptr ? format : ""), fArguments(arguments) {}
+      : fAt(format), fArguments(arguments) {}
 
   /// The first fault of a format of String::build.
   constexpr FormatFault build() { return walk(&FormatCheck::build_directive); }
