@@ -17,6 +17,13 @@
 
 namespace {
 
+// On 32-bit x86 a double returned passes a register that makes a signalling NaN quiet, those of kinds 8 and 9 too.
+#ifdef __i386__
+constexpr bool QUIETS = true;
+#else
+constexpr bool QUIETS = false;
+#endif
+
 constexpr std::uint64_t bits(double value) { return std::bit_cast<std::uint64_t>(value); }
 constexpr double fromBits(std::uint64_t b) { return std::bit_cast<double>(b); }
 constexpr FpFormat::FloatTYPE kind(int k) { return static_cast<FpFormat::FloatTYPE>(k); }
@@ -90,7 +97,7 @@ TEST(FpFormatTest, KindsAreToldByTheirBits) {
   static constexpr std::uint32_t PATTERNS[] = {0x7ffe0000, 0x7fff0000, 0x7f667782, 0x7f667783, 0x7f667784,
                                                0x7f667785, 0x7f667786, 0x7ff00000, 0xfff00000};
   static constexpr int NEXT[] = {0, 0, 4, 5, 6, 7, 0, 0, 0};  // the kind of the pattern that is 1 larger
-  for (int k = 1; k <= 9; ++k) {
+  for (int k = 1; k <= (QUIETS ? 7 : 9); ++k) {
     SCOPED_TRACE(k);
     const std::uint64_t pattern = PATTERNS[k - 1];
     EXPECT_EQ(bits(special(k)), pattern << 32 | pattern);
@@ -167,16 +174,17 @@ TEST(FpFormatTest, NumbersLieInMemoryAsTheMachineHasThem) {
     std::optional<double> value;
     const char* stored;
     double back;
+    bool signals = false;
   } ROWS[] = {
       {__LINE__, 2, 1.0, "000000000000f03f", 1.0},
       {__LINE__, 3, -2.5, "c0200000", -2.5},
       {__LINE__, 2, -0.0, "0000000000000080", -0.0},
       {__LINE__, 2, high0, "0000000000000000", 0.0},
       {__LINE__, 1, high0, "00000000", 0.0},
-      {__LINE__, 2, signalling, "010000000000f07f", signalling},  // moved as bits, or it would be quieted
-      {__LINE__, 3, signalling, "7ff0000000000001", signalling},
+      {__LINE__, 2, signalling, "010000000000f07f", signalling, true},  // moved as bits, or it would be quieted
+      {__LINE__, 3, signalling, "7ff0000000000001", signalling, true},
       {__LINE__, 3, special(6), "7f6677857f667785", special(6)},
-      {__LINE__, 3, special(9), "fff00000fff00000", special(9)},
+      {__LINE__, 3, special(9), "fff00000fff00000", special(9), true},
       {__LINE__, 2, special(5), "0000807f", HUGE_VAL},                // beyond a float
       {__LINE__, 2, 1 + 0x1p-24 + 0x1p-40, "0100803f", 1 + 0x1p-23},  // rounded, not cut
       {__LINE__, 2, readOnly, "0100000000000000", high0},             // a zero word where the mark would be is no zero
@@ -198,6 +206,7 @@ TEST(FpFormatTest, NumbersLieInMemoryAsTheMachineHasThem) {
       {__LINE__, 1, readOnly, "ff7fffffffffffff", fromBits(0x47dfffffffffffff)},
   };
   for (const auto& row : ROWS) {
+    if (QUIETS && row.signals) continue;
     SCOPED_TRACE(testing::Message() << "row of line " << row.line);
     const std::size_t width = std::strlen(row.stored) / 2;
     const FpFormat f = converter(row.code, width);
@@ -296,14 +305,21 @@ TEST(FpFormatTest, ArraysGiveWhatSingleCallsGiveOneAfterTheOther) {
     std::vector<std::uint64_t> all(one);
     auto* const column = reinterpret_cast<unsigned char*>(all.data()) + at;
     auto* const values = reinterpret_cast<double*>(all.data() + VALUES_AT / 8);
-    for (std::size_t i = 0; i < n; ++i) one[VALUES_AT / 8 + i] = bits(f.getHostValue(stored + i * stride));
+    const auto bare = [&](std::size_t i) { return reinterpret_cast<double*>(&one[VALUES_AT / 8 + i]); };
+    for (std::size_t i = 0; i < n; ++i) {
+      QUIETS ? f.getHostValues(stored + i * stride, bare(i), 1, width)
+             : void(one[VALUES_AT / 8 + i] = bits(f.getHostValue(stored + i * stride)));
+    }
     f.getHostValues(column, values, n, stride);
     ASSERT_TRUE(one == all) << "read";
     if (at == BEHIND) {  // nothing that is left unwritten may look written
       for (auto* const words : {&one, &all})
         std::memset(reinterpret_cast<unsigned char*>(words->data()) + at, 0xA5, n * width);
     }
-    for (std::size_t i = 0; i < n; ++i) f.putHostValue(stored + i * stride, fromBits(one[VALUES_AT / 8 + i]));
+    for (std::size_t i = 0; i < n; ++i) {
+      QUIETS ? f.putHostValues(stored + i * stride, bare(i), 1, width)
+             : f.putHostValue(stored + i * stride, fromBits(one[VALUES_AT / 8 + i]));
+    }
     f.putHostValues(column, values, n, stride);
     ASSERT_TRUE(one == all) << "written";
   }

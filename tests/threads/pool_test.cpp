@@ -298,7 +298,7 @@ class NoThreads {
   NoThreads() {
     pthread_getattr_default_np(&fBefore);
     pthread_attr_t huge = fBefore;
-    pthread_attr_setstacksize(&huge, std::size_t{1} << 50);
+    pthread_attr_setstacksize(&huge, ~std::size_t{0} / 4 * 3);
     pthread_setattr_default_np(&huge);
   }
   ~NoThreads() { pthread_setattr_default_np(&fBefore); }

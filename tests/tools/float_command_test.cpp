@@ -13,7 +13,10 @@ TEST_F(FloatCommandTest, ConvertsBothWays) {
       {__LINE__, "1 8 8040000000000000", "", {0, "1\n", ""}},
       {__LINE__, "1 4", "80 40\n00 00 20C10000\n", {0, "1\n-2.5\n", ""}},
       {__LINE__, "3 8 --from 7ff8400012345678 3fb999999999999a", "", {0, "special7\n0.1\n", ""}},
-      {__LINE__, "2 8 000000000000f07f 0000f0ff0000f0ff", "", {0, "inf\nspecial9\n", ""}},
+      {__LINE__, "2 8 000000000000f07f", "", {0, "inf\n", ""}},
+#ifndef __i386__  // where a signalling NaN becomes quiet on its way
+      {__LINE__, "2 8 0000f0ff0000f0ff", "", {0, "special9\n", ""}},
+#endif
       {__LINE__, "34 4 --to", "1 special2\n0 0.1", {0, "0000803f\n0000c37f\n00000000\ncdcccc3d\n", ""}},
       {__LINE__, "3 8 --to -- -2.5 inf", "", {0, "c004000000000000\n7ff0000000000000\n", ""}},
       {__LINE__, "2 4 --to 1 special4", "", {1, "0000803f\n", "zqtool: special4: "}},

@@ -71,7 +71,7 @@ SupaBlockHeader* SupaBlock::add_superblocks(std::int32_t idx, std::uint32_t size
 SupaBlockHeader* SupaBlock::divide_superblock(SupaBlockHeader* sb, std::int32_t idx, std::uint32_t size) {
   unsigned char* h = get_block_hdr(sb, idx);
   const std::int64_t delta = size == SB_NO_SIZE ? 0 : std::int64_t{size} - get_block_size_from_hdr(h);
-  if (idx == sb->fLast || h - *sb->fBody >= sb->fUsed / 2) return split_head(sb, idx, h, delta);
+  if (idx == sb->fLast || h >= *sb->fBody + sb->fUsed / 2) return split_head(sb, idx, h, delta);
   split_tail(sb, idx, h, delta);
   return sb;
 }

@@ -49,10 +49,14 @@ constexpr FormatRow FORMATS[] = {
 
 std::uint32_t highHalf(double value) { return static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(value) >> 32); }
 
-double doubleOf(std::uint32_t pattern) { return std::bit_cast<double>(std::uint64_t{pattern} << 32 | pattern); }
+std::uint64_t doubled(std::uint32_t pattern) { return std::uint64_t{pattern} << 32 | pattern; }
 
-double asDouble(std::uint64_t bits) { return std::bit_cast<double>(bits); }
-double asDouble(std::uint32_t bits) { return std::bit_cast<float>(bits); }
+/// The bits of the double of these bits, or of the float. Not the double: on its way out of a function some processors
+/// make a signalling NaN quiet.
+std::uint64_t doubleBits(std::uint64_t bits) { return bits; }
+std::uint64_t doubleBits(std::uint32_t bits) {
+  return std::bit_cast<std::uint64_t>(static_cast<double>(std::bit_cast<float>(bits)));
+}
 
 template <typename Word>
 Word bitsOf(double value);
@@ -88,15 +92,15 @@ struct Stored {
 };
 
 template <typename Codec>
-double decode(typename Codec::Word stored, const Stored& form) {
+std::uint64_t decode(typename Codec::Word stored, const Stored& form) {
   const auto w = static_cast<std::uint32_t>(stored >> form.shift);
   for (std::size_t i = 0; i < MARKED_KINDS.size(); ++i) {
     if (w == form.marks[i]) [[unlikely]] {
-      return doubleOf(PATTERNS[MARKED_KINDS[i]]);
+      return doubled(PATTERNS[MARKED_KINDS[i]]);
     }
   }
-  if (!Codec::DECODES_ZERO && stored == 0) return 0.0;
-  return asDouble(Codec::decode(stored));
+  if (!Codec::DECODES_ZERO && stored == 0) return 0;
+  return doubleBits(Codec::decode(stored));
 }
 
 // The kinds that aren't written as ordinary numbers, by their patterns: those with a mark and the one that has none.
@@ -230,7 +234,8 @@ bool encodeBlock(const double* values, typename Codec::Word* words) {
 template <typename Codec>
 void decodeSingly(const unsigned char* stored, double* values, std::size_t n, std::size_t stride, const Stored& form) {
   for (std::size_t i = 0; i < n; ++i) {
-    values[i] = decode<Codec>(load<typename Codec::Word>(stored + i * stride), form);
+    const std::uint64_t bits = decode<Codec>(load<typename Codec::Word>(stored + i * stride), form);
+    std::memcpy(values + i, &bits, sizeof bits);
   }
 }
 
@@ -329,7 +334,7 @@ bool FpFormat::isNAN(double value) {
 
 double FpFormat::getNAN(FloatTYPE kind) {
   if (kind < FT_SPECIAL_1 || kind > FT_SPECIAL_9) throw FPError(FPError::BAD_KIND, true);
-  return doubleOf(PATTERNS[static_cast<std::size_t>(kind)]);
+  return std::bit_cast<double>(doubled(PATTERNS[static_cast<std::size_t>(kind)]));
 }
 
 // A refused set-up can leave a ready converter with any width: with one that no value has, nothing can be converted.
@@ -369,7 +374,7 @@ void FpFormat::with_codec(Use use) const {
 template <typename Codec>
 double FpFormat::read_one(const FpFormat& format, const void* stored) {
   const auto word = load<typename Codec::Word>(static_cast<const unsigned char*>(stored));
-  return decode<Codec>(word, {format.fMarks, sizeof word == 8 ? format.fMarkOffset * 8 : 0});
+  return std::bit_cast<double>(decode<Codec>(word, {format.fMarks, sizeof word == 8 ? format.fMarkOffset * 8 : 0}));
 }
 
 template <typename Codec>

@@ -24,7 +24,9 @@ inline namespace zqcore27 {
 ///
 /// What a host should know: a VAX value isn't checked for its range in either direction. A number that has no place
 /// there wraps round silently: -0.0 as a VAX double reads back as -2.0, 2^127 as a VAX single becomes 0, and some
-/// negative values fall on a mark and read back as special.
+/// negative values fall on a mark and read back as special. On 32-bit x86 a double that a function returns passes a
+/// register that makes a signalling NaN quiet, those of kinds 8 and 9 among them: what getHostValues writes keeps its
+/// bits.
 ///
 /// Threads: a converter that is set up may be shared; setting it up, one at a time.
 class ZQCORE27_EXPORT FpFormat {
