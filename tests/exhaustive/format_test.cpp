@@ -1,0 +1,234 @@
+// Every combination of flags, widths, precisions, modifiers and conversions, beside an engine that says the rules in
+// the plainest words, and the runtime's where both have the same rule.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdio>
+#include <optional>
+#include <string>
+
+#include "tests/exhaustive/exhaustive.h"
+#include "tests/support/text.h"
+
+namespace {
+
+struct Directive {
+  std::string flags;
+  int width;
+  std::optional<int> precision;
+  char modifier, conversion;
+
+  bool has(char flag) const { return flags.find(flag) != flags.npos; }
+  std::string text() const {
+    std::string out = "%" + flags;
+    if (width != 0) out += std::to_string(width);
+    if (precision) out += "." + std::to_string(*precision);
+    if (modifier != ' ') out += modifier;
+    return out + conversion;
+  }
+};
+
+std::string field(const Directive& d, bool zero, const std::string& prefix, const std::string& content) {
+  const auto used = static_cast<int>(prefix.size() + content.size());
+  const auto pad = static_cast<std::size_t>(std::max(0, d.width - used));
+  if (d.has('-')) return prefix + content + std::string(pad, ' ');
+  return zero ? prefix + std::string(pad, '0') + content : std::string(pad, ' ') + prefix + content;
+}
+
+std::string signOf(const Directive& d, bool negative) {
+  return negative ? "-" : d.has('+') ? "+" : d.has(' ') ? " " : "";
+}
+
+std::string integer(const Directive& d, std::uint32_t value) {
+  const char c = d.conversion;
+  const bool isSigned = c == 'd' || c == 'i', colon = c == 'p' && d.modifier != 'h';
+  const bool upper = c == 'X' || c == 'p';
+  if (!isSigned && !colon && d.modifier != 'l') value &= 0xFFFF;
+  std::string prefix;
+  if (isSigned) prefix = signOf(d, value >> 31 != 0);
+  if (isSigned && value >> 31 != 0) value = 0 - value;
+  if (d.has('#') && c == 'o') prefix = "0";
+  if (d.has('#') && value != 0 && (c == 'x' || upper)) prefix = upper ? "0X" : "0x";
+  const std::uint32_t radix = isSigned || c == 'u' ? 10 : c == 'o' ? 8 : c == 'b' ? 2 : 16;
+  const auto least = static_cast<std::size_t>(std::min(31, d.precision.value_or(c != 'p' ? 0 : colon ? 13 : 8)));
+  std::string digits;  // backwards
+  const auto add = [&](char digit) {
+    digits += colon && digits.size() == 8 ? std::string(":") + digit : std::string(1, digit);
+  };
+  if (value == 0 && d.precision != 0) add('0');
+  for (; value != 0; value /= radix) add((upper ? "0123456789ABCDEF" : "0123456789abcdef")[value % radix]);
+  while (digits.size() < least) digits += colon && digits.size() == 8 ? ':' : '0';
+  std::ranges::reverse(digits);
+  return field(d, c == 'p' || (d.has('0') && !d.precision), prefix, digits);
+}
+
+std::string text(const Directive& d, const std::string& value) {
+  const bool cut = d.precision && (d.conversion == 's' || d.conversion == 'P');
+  return field(d, d.has('0'), "", cut ? value.substr(0, static_cast<std::size_t>(*d.precision)) : value);
+}
+
+struct Digits {
+  std::string digits;
+  int point;  // from the first digit on
+};
+
+/// Of the exact value, half rounded up; 17 digits are real.
+Digits digitsOf(double value, int n, bool fixed) {
+  n = std::clamp(n, 0, 30);
+  if (value == 0) return {std::string(static_cast<std::size_t>(n), '0'), 0};
+  char exact[100];
+  std::snprintf(exact, sizeof exact, "%.60e", std::fabs(value));
+  int point = std::atoi(exact + 63) + 1;
+  if (fixed) n = std::clamp(n + point, 0, 30);
+  const auto size = static_cast<std::size_t>(n);
+  std::string digits = (exact[0] + std::string(exact + 2, 60)).substr(0, std::min(size + 1, std::size_t{17}));
+  digits.resize(size + 1, '0');
+  const bool up = digits.back() >= '5';
+  digits.pop_back();
+  if (!up) return {digits, point};
+  std::size_t i = size;
+  for (; i > 0 && digits[i - 1] == '9'; --i) digits[i - 1] = '0';
+  if (i > 0) {
+    ++digits[i - 1];
+    return {digits, point};
+  }
+  digits.insert(0, "1");
+  if (!fixed) digits.pop_back();
+  return {digits, point + 1};
+}
+
+std::string fixedForm(const Digits& d, int precision, bool alternate) {
+  const auto whole = static_cast<std::size_t>(std::max(d.point, 0)),
+             behind = static_cast<std::size_t>(std::max(precision, 0));
+  std::string out = d.point <= 0 ? "0" : d.digits.substr(0, whole);
+  if (precision <= 0 && !alternate) return out;
+  const std::string fraction = std::string(static_cast<std::size_t>(std::max(-d.point, 0)), '0') +
+                               d.digits.substr(std::min(whole, d.digits.size()));
+  return out + "." + fraction.substr(0, behind);
+}
+
+std::string exponentForm(const Digits& d, int precision, bool alternate, bool zero, char letter) {
+  const int exponent = zero ? 0 : d.point - 1;
+  std::string out = d.digits.substr(0, 1);
+  if (precision > 0 || alternate) out += "." + d.digits.substr(1, static_cast<std::size_t>(precision));
+  char end[16];
+  std::snprintf(end, sizeof end, "%c%c%03d", letter, exponent < 0 ? '-' : '+', std::abs(exponent));
+  return out + end;
+}
+
+/// Without zeros at the end of the digits behind the point.
+std::string trimmed(const std::string& number) {
+  const std::size_t end = std::min(number.find_first_of("eE"), number.size());
+  if (number.find('.') >= end) return number;
+  std::size_t last = end;
+  while (number[last - 1] == '0') --last;
+  if (number[last - 1] == '.') --last;
+  return number.substr(0, last) + number.substr(end);
+}
+
+std::string generalForm(const Directive& d, double value) {
+  int precision = d.precision.value_or(6);
+  const Digits digits = digitsOf(value, std::max(precision, 1), false);
+  std::string out;
+  if (digits.point >= -3 && digits.point <= precision) {
+    out = fixedForm(digits, precision - digits.point, d.has('#'));
+  } else {
+    if (precision == 0) return digits.digits.substr(0, 1) + (d.has('#') ? "." : "");
+    if (precision > 1) --precision;
+    const bool bare = precision == 1 && !d.has('#') && d.width == 0;
+    out = exponentForm(digits, bare ? 0 : precision, d.has('#'), value == 0, d.conversion == 'g' ? 'e' : 'E');
+  }
+  return d.has('#') ? out : trimmed(out);
+}
+
+std::string real(const Directive& d, double value) {
+  const int precision = d.precision.value_or(6);
+  std::string content;
+  if (d.conversion == 'f') {
+    content = fixedForm(digitsOf(value, precision, true), precision, d.has('#'));
+  } else if (d.conversion == 'e' || d.conversion == 'E') {
+    content = exponentForm(digitsOf(value, precision + 1, false), precision, d.has('#'), value == 0, d.conversion);
+  } else {
+    content = generalForm(d, value);
+  }
+  return field(d, d.has('0'), signOf(d, value < 0), content);
+}
+
+/// Calls `use` with every combination, or with some.
+template <class Use>
+void everyDirective(const std::string& modifiers, const std::string& conversions, std::initializer_list<int> precisions,
+                    Use use) {
+  std::uint32_t turn = 0;
+  for (unsigned set = 0; set < 32; ++set) {
+    std::string flags;
+    for (unsigned i = 0; i < 5; ++i) flags += set >> i & 1 ? std::string(1, "-+ #0"[i]) : "";
+    for (const int width : {0, 1, 7, 40}) {
+      for (const int precision : precisions) {
+        for (const char modifier : modifiers) {
+          for (const char conversion : conversions) {
+            if (turn++ % exhaustive(1, 7) != 0) continue;
+            use(Directive{flags, width, precision < 0 ? std::nullopt : std::optional(precision), modifier, conversion});
+          }
+        }
+      }
+    }
+  }
+}
+
+template <class Value>
+std::string built(const Directive& d, Value value) {
+  String out;
+  out.build((d.text() + "|").c_str(), value);
+  return utf8(out);
+}
+
+TEST(ExhaustiveTest, EveryDirectiveOfAWholeNumber) {
+  everyDirective(" lhLN", "diuoxXbp", {-1, 0, 1, 2, 9, 14, 31, 40}, [](const Directive& d) {
+    for (const std::uint32_t value : {0u, 1u, 9u, 0x2FFFFu, 0x80000000u, 0xFFFFFFD6u, 0x12345678u, 0xFFFFu}) {
+      const std::string ours = built(d, static_cast<std::int32_t>(value));
+      ASSERT_EQ(ours, integer(d, value) + "|") << d.text() << " of " << value;
+      // The runtime has another rule for %b, %p, the zero that # puts before an octal number, and more than 31 digits.
+      const bool isSigned = d.conversion == 'd' || d.conversion == 'i';
+      if (std::string("bp").find(d.conversion) != std::string::npos || d.precision > 31) continue;
+      if ((d.conversion == 'o' && d.has('#')) || (!isSigned && d.modifier != 'l')) continue;
+      Directive runtimes = d;
+      runtimes.modifier = ' ';
+      char theirs[100];
+      std::snprintf(theirs, sizeof theirs, (runtimes.text() + "|").c_str(), value);
+      ASSERT_EQ(ours, theirs) << d.text() << " of " << value;
+    }
+  });
+}
+
+TEST(ExhaustiveTest, EveryDirectiveOfText) {
+  const char16_t wide[] = u"some text";
+  everyDirective(" lhLN", "sPc%", {-1, 0, 1, 9, 10, 40}, [&](const Directive& d) {
+    const bool narrow = d.modifier == 'L' || d.modifier == 'N';
+    if (d.conversion == 'c') {
+      ASSERT_EQ(built(d, static_cast<int>('x')), text(d, "x") + "|") << d.text();
+    } else if (d.conversion == '%') {
+      ASSERT_EQ(built(d, 0), text(d, "%") + "|") << d.text();
+    } else if (d.conversion == 'P') {
+      ASSERT_EQ(built(d, "\x09some text"), text(d, "some text") + "|") << d.text();
+    } else if (narrow) {
+      ASSERT_EQ(built(d, "some text"), text(d, "some text") + "|") << d.text();
+    } else {
+      ASSERT_EQ(built(d, wide), text(d, "some text") + "|") << d.text();
+    }
+  });
+}
+
+TEST(ExhaustiveTest, EveryDirectiveOfAFloat) {
+  everyDirective(" L", "eEfgG", {-1, 0, 1, 2, 3, 6, 9}, [](const Directive& d) {
+    for (const double value : {0.0, 1.0, -1.5, 2.5, 0.5, 9.5, 9.9999996, 12345.0, 99999.5, 1e6, -0.015625, 0.0001,
+                               0.00001, 0.006, 1.0 / 3, 123456789.0, 1.7e308, 2.3e-308, 5e-324}) {
+      if (d.conversion == 'f' && value > 1e10) continue;  // of more digits than an exponent shows: FormatTest.FixedForm
+      ASSERT_EQ(built(d, value), real(d, value) + "|") << d.text() << " of " << value;
+    }
+  });
+}
+
+}  // namespace
