@@ -7,6 +7,7 @@ if(NOT ZQCORE27_SANITIZE)
     "$<$<NOT:$<CONFIG:Debug>>:-fstack-protector-strong;-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=3>")
   if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|i.86")
     add_compile_options($<$<NOT:$<CONFIG:Debug>>:-fcf-protection>)
+    add_link_options(-Wl,-z,shstk)  # said of the whole, since the C runtime's own start doesn't say it of itself
   endif()
   add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack,-z,text)
 endif()
