@@ -111,9 +111,30 @@ static_assert(buildLower().exact());
 static_assert(buildUpper().exact());
 static_assert(buildUpper().map(0x00FF) == 0x0178 && buildUpper().map(0x00DF) == 0x00DF);
 
+template <typename Map>
+constexpr DirectCases direct(const Map& map) {
+  DirectCases forms{};
+  for (std::uint16_t c = 0; c < DIRECT_CASES; ++c) forms[c] = map(c);
+  return forms;
+}
+
 }  // namespace
 
 constexpr CaseMap<7, 86, 57> LOWER_MAP = buildLower().map;
 constexpr CaseMap<7, 91, 56> UPPER_MAP = buildUpper().map;
+constexpr DirectCases LOWER_DIRECT = direct(LOWER_MAP);
+constexpr DirectCases UPPER_DIRECT = direct(UPPER_MAP);
+
+CaseClass caseClass(std::uint16_t c) {
+  const std::uint16_t upper = UPPER_MAP(c);
+  CaseClass units;
+  units.fill(upper);
+  units[1] = LOWER_MAP(upper);
+  std::size_t used = 2;
+  for (const Variant& v : VARIANTS) {
+    if (v.upper == upper) units[used++] = v.unit;
+  }
+  return units;
+}
 
 }  // namespace zqcore27

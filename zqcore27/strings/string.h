@@ -126,7 +126,7 @@ class ZQCORE27_EXPORT String : public MemResizable {
   /// first, not folded); 0 if they match to their ends. The object itself isn't read. Requires: neither is null.
   std::int32_t compare(const std::uint16_t* a, const std::uint16_t* b, bool ignoreCase) const;
   /// Without regard to case, up to the first zero unit. Null counts as empty text.
-  bool operator==(const String& s) const { return equals(s.data()); }
+  bool operator==(const String& s) const { return compare_folded(s) == 0; }
   bool operator==(const std::uint16_t* s) const { return equals(s); }
   bool operator==(std::uint16_t* s) const { return equals(s); }
   bool operator==(const char16_t* s) const;
@@ -234,10 +234,16 @@ class ZQCORE27_EXPORT String : public MemResizable {
 
   std::uint16_t* data() const { return reinterpret_cast<std::uint16_t*>(fData); }
   bool equals(const std::uint16_t* s) const;
+  /// compare(own text, s, true), with the lengths known.
+  std::int32_t compare_folded(const String& s) const;
   bool owns(const void* p) const;
   /// Grows the block to exactly `n` units and a terminator if it has no room for them. Returns `source`, moved along
   /// with the block if it lies in it.
   const std::uint16_t* make_room(std::uint32_t n, const std::uint16_t* source = nullptr);
+
+  /// A new block of exactly `n` units and a terminator, for text that is written next; until then the text is empty.
+  void replace_block(std::uint32_t n);
+  void decode_utf8(const unsigned char* s, std::size_t n);
 
   unsigned int capacity() const { return fSize / 2; }
   unsigned int dataSize(unsigned int n) const { return n * 2; }
@@ -252,6 +258,8 @@ class ZQCORE27_EXPORT String : public MemResizable {
   String& native_copy_data(const char* s, unsigned int n);
   String& wide_copy_data(const std::uint16_t* s, unsigned int n);
   unsigned int copy_from_native(const char* s, unsigned int n, NativeType type);
+  /// The same with the bytes before the first zero counted. Requires: `s` is outside the own block.
+  unsigned int read_native(const char* s, unsigned int length, unsigned int n);
   unsigned int copy_from_wide(const std::uint16_t* s, unsigned int n, NativeType type);
 
   std::int32_t var_build(const char* format, std::va_list args);

@@ -6,53 +6,25 @@
 #include "zqcore27/errors/mem_error.h"
 #include "zqcore27/strings/case_map.h"
 #include "zqcore27/strings/string.h"
+#include "zqcore27/strings/text_kernels.h"
 
 inline namespace zqcore27 {
 
 namespace {
 
-struct Exact {
-  std::uint16_t operator()(std::uint16_t c) const { return c; }
-};
-
-struct Folded {
-  std::uint16_t operator()(std::uint16_t c) const { return UPPER_MAP(c); }
-};
-
-template <typename Fold>
-std::uint32_t indexOf(const std::uint16_t* text, std::uint32_t from, std::uint32_t to, std::uint16_t c, Fold fold) {
-  c = fold(c);
-  for (std::uint32_t i = from; i < to; ++i) {
-    if (fold(text[i]) == c) return i;
-  }
-  return String::NOT_FOUND;
+template <bool fold>
+std::uint32_t indexOf(std::span<const std::uint16_t> text, std::uint16_t c) {
+  const std::size_t i = findUnit(text.data(), text.size(), Probe<fold>(c));
+  return i == text.size() ? String::NOT_FOUND : static_cast<std::uint32_t>(i);
 }
 
-template <typename Fold>
-std::uint32_t lastIndexOf(const std::uint16_t* text, std::uint32_t to, std::uint16_t c, Fold fold) {
-  c = fold(c);
-  for (std::uint32_t i = to; i-- > 0;) {
-    if (fold(text[i]) == c) return i;
+template <bool fold>
+std::uint32_t lastIndexOf(std::span<const std::uint16_t> text, std::uint16_t c) {
+  const Probe<fold> probe(c);
+  for (std::size_t i = text.size(); i-- > 0;) {
+    if (probe.matches(text[i])) return static_cast<std::uint32_t>(i);
   }
   return String::NOT_FOUND;
-}
-
-/// The first occurrence of `s` in the text that ends at its first zero unit. Requires: `s` isn't empty.
-template <typename Fold>
-const std::uint16_t* occurrence(const std::uint16_t* text, const std::uint16_t* s, Fold fold) {
-  const std::uint16_t first = fold(*s);
-  for (; *text != 0; ++text) {
-    if (fold(*text) != first) continue;
-    const std::uint16_t* p = text + 1;
-    const std::uint16_t* q = s + 1;
-    while (*q != 0 && *p != 0 && fold(*p) == fold(*q)) {
-      ++p;
-      ++q;
-    }
-    if (*q == 0) return text;
-    if (*p == 0) return nullptr;  // the text ends inside `s`, so it does for every later start
-  }
-  return nullptr;
 }
 
 }  // namespace
@@ -61,12 +33,13 @@ std::uint32_t String::locateFirst(std::uint16_t c, bool ignoreCase) const { retu
 
 std::uint32_t String::locateNext(std::uint16_t c, unsigned int start, bool ignoreCase) const {
   if (start >= fLength) return NOT_FOUND;
-  return ignoreCase ? indexOf(data(), start, fLength + 1, c, Folded())
-                    : indexOf(data(), start, fLength + 1, c, Exact());
+  const std::span<const std::uint16_t> rest(data() + start, fLength - start + 1);
+  const std::uint32_t i = ignoreCase ? indexOf<true>(rest, c) : indexOf<false>(rest, c);
+  return i == NOT_FOUND ? i : start + i;
 }
 
 std::uint32_t String::locateLast(std::uint16_t c, bool ignoreCase) const {
-  return ignoreCase ? lastIndexOf(data(), fLength, c, Folded()) : lastIndexOf(data(), fLength, c, Exact());
+  return ignoreCase ? lastIndexOf<true>(units(), c) : lastIndexOf<false>(units(), c);
 }
 
 std::uint16_t* String::find(const std::uint16_t* s, bool ignoreCase) const { return findNext(s, data(), ignoreCase); }
@@ -76,20 +49,17 @@ std::uint16_t* String::find(const String& s, bool ignoreCase) const { return fin
 std::uint16_t* String::findNext(const std::uint16_t* s, const std::uint16_t* from, bool ignoreCase) const {
   if (from < data() || from > data() + fLength) return nullptr;
   if (s == nullptr || *s == 0) return nullptr;
-  return const_cast<std::uint16_t*>(ignoreCase ? occurrence(from, s, Folded()) : occurrence(from, s, Exact()));
+  const std::size_t n = fLength - static_cast<std::size_t>(from - data()), m = string_length(s);
+  return const_cast<std::uint16_t*>(ignoreCase ? findPart<true>(from, n, s, m) : findPart<false>(from, n, s, m));
 }
 
 std::uint16_t* String::findNext(const String& s, const std::uint16_t* from, bool ignoreCase) const {
   return findNext(s.data(), from, ignoreCase);
 }
 
-void String::toUpper() {
-  for (std::uint32_t i = 0; i < fLength; ++i) data()[i] = UPPER_MAP(data()[i]);
-}
+void String::toUpper() { mapCase<UpperCase>(data(), fLength); }
 
-void String::toLower() {
-  for (std::uint32_t i = 0; i < fLength; ++i) data()[i] = LOWER_MAP(data()[i]);
-}
+void String::toLower() { mapCase<LowerCase>(data(), fLength); }
 
 void String::replaceChars(std::uint16_t from, std::uint16_t to) { std::replace(data(), data() + fLength, from, to); }
 
