@@ -6,6 +6,7 @@
 #include "zqcore27/errors/mem_error.h"
 #include "zqcore27/errors/string_error.h"
 #include "zqcore27/strings/native_text.h"
+#include "zqcore27/strings/text_kernels.h"
 
 inline namespace zqcore27 {
 
@@ -16,16 +17,18 @@ unsigned char* emptyText() { return reinterpret_cast<unsigned char*>(const_cast<
 
 }  // namespace
 
-NatString::NatString(const std::uint16_t* s) : MemResizable(s == nullptr ? 1 : max_nat_size(string_size(s))) {
+NatString::NatString(const std::uint16_t* s) {
   if (s != nullptr) {
-    copy_from_internal(s, String::NativeChar);
+    const unsigned int n = string_size(s);
+    MemResizable::operator=(MemResizable(max_nat_size(n)));
+    copy_from_internal(s, n, String::NativeChar);
   } else {
     erase();
   }
 }
 
 NatString::NatString(const String& s) : MemResizable(max_nat_size(s.size())) {
-  copy_from_internal(s.begin(), String::NativeChar);
+  copy_from_internal(s.begin(), static_cast<unsigned int>(findZero(s.begin(), s.size())), String::NativeChar);
 }
 
 NatString::NatString(const NatString& other) : MemResizable(other), fLength(other.fLength) {
@@ -86,19 +89,11 @@ unsigned int NatString::string_size(const std::uint16_t* s) {
   return n;
 }
 
-unsigned int NatString::copy_from_internal(const std::uint16_t* s, String::NativeType type) {
+unsigned int NatString::copy_from_internal(const std::uint16_t* s, unsigned int n, String::NativeType type) {
   if (type != String::NativeChar && type != String::NativeWide) throw StringError(StringError::BAD_NATIVE_TYPE, true);
-  constexpr std::int32_t ROOM = 5;  // more than any character takes
-  char* out = begin();
-  for (; *s != 0; ++s) {
-    if (*s < 0x80) {
-      *out++ = static_cast<char>(*s);
-    } else {
-      out += uni2nat(*s, out, ROOM);
-    }
-  }
-  *out = 0;
-  const auto bytes = static_cast<unsigned int>(out - begin());
+  char* const end = writeNative(s, n, begin());
+  *end = 0;
+  const auto bytes = static_cast<unsigned int>(end - begin());
   fLength = bytes + 1;
   return bytes;
 }

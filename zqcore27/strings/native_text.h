@@ -1,8 +1,9 @@
 #pragma once
 
-// Internal: one character of native text at a time, and the locale behind it.
+// Internal: native text, one character at a time or whole, and the locale behind it.
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 
 inline namespace zqcore27 {
@@ -21,6 +22,16 @@ std::int32_t nat2uni(const char* in, std::uint16_t* out, std::int32_t room);
 /// letter with marks may be written as letter and marks, which read back as several units. A unit below 0x80 is one
 /// byte and never starts the locale initialisation. Threads: any.
 std::int32_t uni2nat(std::uint16_t c, char* out, std::int32_t room);
+
+/// Converts `length` bytes, none of them zero, as nat2uni does each, by the code page that is current at the first from
+/// 0x80 up. `room` bytes, `length` or more, may be read. Moves `out` behind the units written, of which there are
+/// `length` at most; units behind them, up to that number, may be written as well. Returns 0 or the code of the
+/// StringError at which it stopped. Threads: any.
+std::uint32_t readNative(const char* s, std::size_t length, std::size_t room, std::uint16_t*& out);
+
+/// Converts `n` units, none of them zero, as uni2nat does each. Returns the end of what was written; `out` has room for
+/// 3 bytes a unit, which may all be written. Threads: any.
+char* writeNative(const std::uint16_t* s, std::size_t n, char* out);
 
 /// The user's language as an abbreviation of three letters, rarely two, in lower case; "en" where the locale names
 /// none. Never empty. Threads: any.

@@ -8,6 +8,7 @@
 #include "zqcore27/errors/mem_error.h"
 #include "zqcore27/errors/string_error.h"
 #include "zqcore27/strings/native_text.h"
+#include "zqcore27/strings/text_kernels.h"
 
 inline namespace zqcore27 {
 
@@ -25,11 +26,10 @@ std::uint32_t checkedLength(std::size_t n) {
   return static_cast<std::uint32_t>(n);
 }
 
-/// The number of leading bytes below 0x80 and not zero.
-std::uint32_t asciiRun(const char* s, std::uint32_t n) {
-  std::uint32_t i = 0;
-  while (i<n&& static_cast<signed char>(s[i])> 0) ++i;
-  return i;
+/// Bytes before the first zero, `n` if there is none before; null gives 0.
+std::size_t boundedLength(const char* s, std::size_t n) {
+  const void* const zero = s == nullptr ? nullptr : std::memchr(s, 0, n);
+  return s == nullptr ? 0 : zero == nullptr ? n : static_cast<std::size_t>(static_cast<const char*>(zero) - s);
 }
 
 }  // namespace
@@ -47,7 +47,8 @@ String::String(const std::uint16_t* s, unsigned int n) : String() {
 }
 
 String::String(const char* s) : String() {
-  if (s != nullptr) native_copy_data(s, nat_string_length(s));
+  const unsigned int n = nat_string_length(s);
+  if (s != nullptr) read_native(s, n, n);
 }
 
 String::String(const char* s, unsigned int n) : String() {
@@ -64,7 +65,7 @@ String::String(const String& other) : String() { copy_data(other.data(), other.f
 
 String::String(String&& other) noexcept : String() { *this = std::move(other); }
 
-String::~String() { flush_data(); }
+String::~String() = default;  // the base frees the block
 
 String& String::operator=(const String& other) { return copy_data(other.data(), other.fLength); }
 
@@ -126,7 +127,13 @@ String& String::operator+=(const std::uint16_t* s) { return append_data(s, strin
 
 String& String::operator+=(const char* s) { return *this += String(s); }
 
-String& String::operator+=(std::uint16_t c) { return c == 0 ? *this : append_data(&c, 1); }
+String& String::operator+=(std::uint16_t c) {
+  if (c == 0) return *this;
+  if (capacity() < fLength + 2) make_room(fLength + 1);
+  data()[fLength++] = c;
+  data()[fLength] = 0;
+  return *this;
+}
 
 String& String::operator+=(const char16_t* s) { return *this += zqcore27::units(s); }
 
@@ -140,7 +147,7 @@ const std::uint16_t* String::make_room(std::uint32_t n, const std::uint16_t* sou
   if (n > MAX_LENGTH) throw MemError(MemError::TOO_LARGE, false);
   const bool inside = owns(source);
   const std::ptrdiff_t offset = inside ? source - data() : 0;
-  resize(dataSize(n + 1));
+  MemResizable::resize(dataSize(n + 1));
   return inside ? data() + offset : source;
 }
 
@@ -153,8 +160,19 @@ unsigned int String::string_length(const std::uint16_t* s) const {
 
 unsigned int String::nat_string_length(const char* s) const { return s == nullptr ? 0 : checkedLength(std::strlen(s)); }
 
+void String::replace_block(std::uint32_t n) {
+  if (n > MAX_LENGTH) throw MemError(MemError::TOO_LARGE, false);
+  MemResizable::operator=(MemResizable(dataSize(n + 1)));
+  fLength = 0;
+  data()[0] = 0;
+}
+
 String& String::copy_data(const std::uint16_t* s, unsigned int n) {
-  s = make_room(n, s);
+  if (n < capacity() || owns(s)) {
+    s = make_room(n, s);
+  } else {
+    replace_block(n);
+  }
   MemAllocator::move(fData, s, dataSize(n));
   data()[n] = 0;
   fLength = n;
@@ -194,39 +212,27 @@ unsigned int String::copy_from_native(const char* s, unsigned int n, NativeType 
     *this = copy;
     return fLength;
   }
-  make_room(n);
   if (type != NativeChar && type != NativeWide) throw StringError(StringError::BAD_NATIVE_TYPE, true);
-  if (s == nullptr) {
-    copy_data(nullptr, 0);
-    return 0;
-  }
-  std::uint16_t* const out = data();
-  std::uint32_t read = 0, written = 0;
-  try {
-    while (read < n && s[read] != 0) {
-      const std::uint32_t run = asciiRun(s + read, n - read);
-      for (std::uint32_t i = 0; i < run; ++i) out[written + i] = static_cast<unsigned char>(s[read + i]);
-      read += run;
-      written += run;
-      if (run != 0) continue;
-      const std::uint32_t room = std::min<std::uint32_t>(n - read, std::numeric_limits<std::int32_t>::max());
-      read += static_cast<std::uint32_t>(nat2uni(s + read, out + written, static_cast<std::int32_t>(room)));
-      ++written;
-    }
-  } catch (...) {
-    terminate(written);
-    throw;
-  }
-  return terminate(written);
+  return read_native(s, static_cast<unsigned int>(boundedLength(s, n)), n);
+}
+
+unsigned int String::read_native(const char* s, unsigned int length, unsigned int n) {
+  const bool fresh = n >= capacity();
+  if (fresh) replace_block(n);
+  std::uint16_t* out = data();
+  const std::uint32_t error = readNative(s, length, n, out);
+  *out = 0;
+  fLength = static_cast<std::uint32_t>(out - data());
+  if (fresh && fLength != n) MemAllocator::zero(out, dataSize(n + 1 - fLength));
+  if (error != 0) throw StringError(error, false);
+  return fLength;
 }
 
 unsigned int String::copy_from_wide(const std::uint16_t* s, unsigned int n, NativeType type) {
   if (type != NativeChar && type != NativeWide) throw StringError(StringError::BAD_NATIVE_TYPE, true);
   s = make_room(n, s);
-  unsigned int length = 0;
-  while (s != nullptr && length < n && s[length] != 0) ++length;
-  copy_data(s, length);
-  return length;
+  copy_data(s, s == nullptr ? 0 : static_cast<unsigned int>(findZero(s, n)));
+  return fLength;
 }
 
 // Never destroyed, and never in need of memory.

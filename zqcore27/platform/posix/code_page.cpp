@@ -92,6 +92,7 @@ struct CodePage::Reader {
   bool isOpen() const { return toUnicode.isOpen() && fromUnicode.isOpen(); }
 
   void read() {
+    for (unsigned byte = 0; byte < 0x80; ++byte) page.fSingle[byte] = static_cast<std::uint16_t>(byte);
     for (unsigned byte = 0x80; byte <= 0xFF; ++byte) readByte(byte);
     page.fBytes.assign(0x100, 0);
     for (unsigned high = 0; high <= 0xFF; ++high) readUnits(high);
@@ -108,11 +109,12 @@ struct CodePage::Reader {
     char character[2] = {static_cast<char>(byte), 0};
     char utf16[8];
     const Converter::Result single = toUnicode.convert({character, 1}, utf16);
-    page.fSingle[byte - 0x80] = unitOf(utf16, single.size);
+    page.fSingle[byte] = unitOf(utf16, single.size);
+    if (byte >= 0xA0 && page.fSingle[byte] != byte) page.fLatin1 = false;
     if (!single.incomplete) return;
     const std::size_t row = page.fDouble.size() / 0x100;
     page.fDouble.resize(page.fDouble.size() + 0x100);
-    page.fRows[byte - 0x80] = static_cast<std::uint8_t>(row + 1);
+    page.fRows[byte] = static_cast<std::uint8_t>(row + 1);
     for (unsigned trail = 1; trail <= 0xFF; ++trail) {
       character[1] = static_cast<char>(trail);
       page.fDouble[row * 0x100 + trail] = unitOf(utf16, toUnicode.convert(character, utf16).size);
