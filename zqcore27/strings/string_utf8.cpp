@@ -1,6 +1,7 @@
 // UTF-8 in and out of String. Text is taken in blocks: a block of plain ASCII is widened or narrowed as a whole.
 
 #include <algorithm>
+#include <bit>
 #include <cassert>
 #include <cstring>
 #include <limits>
@@ -10,58 +11,63 @@
 #include "zqcore27/errors/string_error.h"
 #include "zqcore27/strings/nat_string.h"
 #include "zqcore27/strings/string.h"
+#include "zqcore27/strings/text_kernels.h"
 #include "zqcore27/strings/utf8_sequence.h"
 
 inline namespace zqcore27 {
 
 namespace {
 
-constexpr std::size_t BLOCK = 16;
+constexpr std::size_t BLOCK = BestBytes::SIZE;
 
-bool isPlain(const unsigned char* block) {
-  unsigned char bits = 0;
-  for (std::size_t i = 0; i < BLOCK; ++i) bits |= block[i];
-  return bits < 0x80;
-}
-
-/// True if every unit is ASCII and none is zero.
-bool isPlain(const std::uint16_t* block) {
-  bool plain = true;
-  for (std::size_t i = 0; i < BLOCK; ++i) plain &= static_cast<std::uint16_t>(block[i] - 1) < 0x7F;
-  return plain;
+/// Sums `size(item)`, at most 3, over the items, in chunks whose sums fit a byte each time, which compilers turn into
+/// vectors.
+template <typename Item, typename Size>
+std::uint64_t sumOf(std::span<const Item> items, Size size) {
+  constexpr std::size_t CHUNK = 64;
+  std::uint64_t sum = 0;
+  for (; items.size() >= CHUNK; items = items.subspan(CHUNK)) {
+    Item part = 0;
+    for (std::size_t i = 0; i < CHUNK; ++i) part = static_cast<Item>(part + size(items[i]));
+    sum += part;
+  }
+  for (const Item item : items) sum += size(item);
+  return sum;
 }
 
 /// The bytes of the text as UTF-8, zero units left out.
 std::uint64_t utf8Size(std::span<const std::uint16_t> text) {
-  std::uint64_t size = 0;
-  for (const std::uint16_t c : text) size += (c != 0) + (c >= 0x80) + (c >= 0x800);
-  return size;
+  return sumOf(text, [](std::uint16_t c) { return static_cast<unsigned>((c != 0) + (c >= 0x80) + (c >= 0x800)); });
 }
 
-unsigned char* encode(std::span<const std::uint16_t> text, unsigned char* out) {
+/// Writes the text as UTF-8, zero units left out, and returns the end. Writes nothing behind `outEnd`, up to which
+/// there is room for all.
+unsigned char* encode(std::span<const std::uint16_t> text, unsigned char* out, const unsigned char* outEnd) {
   const std::uint16_t* in = text.data();
-  for (std::size_t left = text.size(); left != 0;) {
-    const std::size_t n = std::min(left, BLOCK);
-    if (n == BLOCK && isPlain(in)) {
-      for (std::size_t i = 0; i < BLOCK; ++i) out[i] = static_cast<unsigned char>(in[i]);
-      out += BLOCK;
-    } else {
-      for (std::size_t i = 0; i < n; ++i) {
-        if (in[i] != 0) out += encodeUTF8(in[i], out);
+  const std::uint16_t* const end = in + text.size();
+  while (in != end) {
+    const auto room = static_cast<std::size_t>(std::min(end - in, outEnd - out));
+    const std::size_t run = narrowAscii(in, room, out);
+    in += run;
+    out += run;
+    // Each length has a branch of its own, so that the next unit needn't wait for it.
+    for (; in != end && !isPlain(*in); ++in) {
+      if (*in >= 0x800) {
+        encodeUTF8(*in, out);
+        out += 3;
+      } else if (*in >= 0x80) {
+        encodeUTF8(*in, out);
+        out += 2;
       }
     }
-    in += n;
-    left -= n;
   }
   return out;
 }
 
 /// The units that `n` bytes decode to at most: every sequence has exactly one byte that is no continuation byte, so
 /// that the bound is exact for well-formed text.
-std::size_t maxUnits(const unsigned char* s, std::size_t n) {
-  std::size_t units = 0;
-  for (std::size_t i = 0; i < n; ++i) units += !isUTF8Continuation(s[i]);
-  return units;
+std::uint64_t maxUnits(const unsigned char* s, std::size_t n) {
+  return sumOf(std::span(s, n), [](unsigned char byte) { return static_cast<unsigned>(!isUTF8Continuation(byte)); });
 }
 
 struct Decoded {
@@ -69,73 +75,124 @@ struct Decoded {
   bool complete;      // false: stopped at an ill-formed sequence
 };
 
-Decoded decode(const unsigned char* s, std::size_t n, std::uint16_t* out) {
-  const std::uint16_t* const start = out;
+/// Decodes as many sequences of two or three bytes as follow each other at `s`; moves both places behind them.
+void decodeRun(const unsigned char*& s, const unsigned char* end, std::uint16_t*& out) {
+  const unsigned char* in = s;
+  std::uint16_t* to = out;
+  // Each length has a branch of its own, so that the next sequence needn't wait for it.
+  while (in != end && *in >= 0x80) {
+    const auto left = static_cast<std::size_t>(end - in);
+    if (utf8LengthByFirst(*in) == 3 && decodeUTF8(in, left, to) == 3) {
+      in += 3;
+    } else if (utf8LengthByFirst(*in) == 2 && decodeUTF8(in, left, to) == 2) {
+      in += 2;
+    } else {
+      break;
+    }
+    ++to;
+  }
+  s = in;
+  out = to;
+}
+
+/// Decodes `n` bytes. Requires: there is room for maxUnits.
+Decoded decode(const unsigned char* s, std::size_t n, std::span<std::uint16_t> room) {
   const unsigned char* const end = s + n;
+  std::uint16_t* out = room.data();
+  std::uint16_t* const outEnd = out + room.size();
+  const auto done = [&](bool complete) { return Decoded{static_cast<std::size_t>(out - room.data()), complete}; };
   while (s != end) {
-    if (static_cast<std::size_t>(end - s) >= BLOCK && isPlain(s)) {
-      for (std::size_t i = 0; i < BLOCK; ++i) out[i] = s[i];
-      s += BLOCK;
-      out += BLOCK;
+    const auto left = static_cast<std::size_t>(std::min(end - s, outEnd - out));
+    if (left < 2 * BLOCK) {
+      const std::size_t run = widenAscii(s, left, out);
+      s += run;
+      out += run;
+      decodeRun(s, end, out);
+      if (s != end && *s >= 0x80) return done(false);
       continue;
     }
-    const unsigned char* const blockEnd = s + std::min<std::size_t>(static_cast<std::size_t>(end - s), BLOCK);
-    while (s < blockEnd) {
-      std::uint16_t unit;
-      const std::int32_t consumed = decodeUTF8(s, static_cast<std::size_t>(end - s), &unit);
-      if (consumed < 0) return {static_cast<std::size_t>(out - start), false};
-      *out++ = unit;
-      s += consumed;
+    unsigned wide = BestBytes::load(s).nonAscii();
+    if (wide == 0) {
+      const std::size_t run = widenAscii(s, left, out);
+      s += run;
+      out += run;
+      continue;
     }
+    // The runs of one block are found in its bits, which is quicker than looking for each where the last one ended.
+    const unsigned char* next = s;
+    while (wide != 0) {
+      const unsigned char* const first = s + std::countr_zero(wide);
+      if (first != next) {
+        BestBytes::load(next).widen(out);
+        out += first - next;
+      }
+      next = first;
+      decodeRun(next, end, out);
+      if (next != end && *next >= 0x80) return done(false);
+      const auto past = static_cast<std::size_t>(next - s);
+      wide = past < BLOCK ? wide >> past << past : 0;
+    }
+    s = next;
   }
-  return {static_cast<std::size_t>(out - start), true};
+  return done(true);
 }
 
 /// The longest text that leaves room for a terminator in a block of 32-bit size.
 constexpr std::size_t MAX_LENGTH = 0x7FFFFFFE;
 
-/// Makes `out` the text of `n` bytes, in a block of its own, so that the bytes may lie in the old one. An ill-formed
-/// sequence raises the error; the units before it are then the text.
-void decodeInto(String& out, const unsigned char* s, std::size_t n) {
-  const std::size_t bound = maxUnits(s, n);
+}  // namespace
+
+/// The bytes may lie in the old block. An ill-formed sequence raises the error; the units before it are then the text.
+void String::decode_utf8(const unsigned char* s, std::size_t n) {
+  // A text that begins with ASCII is taken for ASCII: its units needn't be counted first.
+  const bool begins = n <= MAX_LENGTH && n >= BLOCK && BestBytes::load(s).isAscii();
+  const std::uint64_t bound = begins ? n : maxUnits(s, n);
   if (bound > MAX_LENGTH) throw MemError(MemError::TOO_LARGE, false);
   String text;
   Decoded decoded{0, n == 0};
   if (bound != 0) {
-    text.resize(static_cast<unsigned int>(2 * bound + 2));
-    decoded = decode(s, n, text.begin());
+    text.replace_block(static_cast<std::uint32_t>(bound));
+    decoded = decode(s, n, {text.data(), static_cast<std::size_t>(bound)});
     text.terminate(static_cast<unsigned int>(decoded.units));
   }
   if (decoded.units == 0) {
-    text = String();
-  } else if (decoded.units < bound) {
-    text.resize(static_cast<unsigned int>(2 * decoded.units + 2));
+    text.flush_data();
+  } else {
+    text.resize(dataSize(text.fLength + 1));
   }
-  out = std::move(text);
+  *this = std::move(text);
   if (!decoded.complete) throw StringError(StringError::BAD_UTF8, false);
 }
 
-}  // namespace
-
 void String::toUTF8(NatString& out) const {
-  const std::uint64_t size = utf8Size(units()) + 1;
-  if (size > std::numeric_limits<std::uint32_t>::max()) throw MemError(MemError::TOO_LARGE, false);
-  out.resize(static_cast<unsigned int>(size));
-  unsigned char* const end = encode(units(), out.fData);
-  assert(end == out.fData + size - 1);
-  *end = 0;
-  out.fLength = static_cast<std::uint32_t>(size);
+  // ASCII is written as it comes; only what follows is measured first.
+  const std::span<const std::uint16_t> text = units();
+  MemResizable block(fLength + 1);
+  const std::size_t run = narrowAscii(text.data(), text.size(), *block);
+  if (run != text.size()) {
+    const std::span<const std::uint16_t> rest = text.subspan(run);
+    const std::uint64_t size = run + utf8Size(rest) + 1;
+    if (size > std::numeric_limits<std::uint32_t>::max()) throw MemError(MemError::TOO_LARGE, false);
+    MemResizable whole(static_cast<unsigned int>(size));
+    MemAllocator::copy(*whole, *block, static_cast<unsigned int>(run));
+    [[maybe_unused]] const unsigned char* const end = encode(rest, *whole + run, *whole + size - 1);
+    assert(end == *whole + size - 1);
+    block = std::move(whole);
+  }
+  block[block.size() - 1] = 0;
+  out.fLength = block.size();
+  out.MemResizable::operator=(std::move(block));
 }
 
 void String::buildfromUTF8(const unsigned char* s) {
-  decodeInto(*this, s, s == nullptr ? 0 : std::strlen(reinterpret_cast<const char*>(s)));
+  decode_utf8(s, s == nullptr ? 0 : std::strlen(reinterpret_cast<const char*>(s)));
 }
 
-void String::buildfromUTF8(const unsigned char* s, unsigned int n) { decodeInto(*this, s, s == nullptr ? 0 : n); }
+void String::buildfromUTF8(const unsigned char* s, unsigned int n) { decode_utf8(s, s == nullptr ? 0 : n); }
 
 String String::fromUTF8(std::string_view s) {
   String text;
-  decodeInto(text, reinterpret_cast<const unsigned char*>(s.data()), s.size());
+  text.decode_utf8(reinterpret_cast<const unsigned char*>(s.data()), s.size());
   return text;
 }
 
