@@ -1,39 +1,38 @@
-// The block store beside the containers that a host would take instead. Memory stands in the counter bytes_per_block:
-// what malloc gave, over the rounded data of the blocks.
+// The block store beside the containers that a host would take instead, with a million blocks of 0 to 64 bytes. The
+// counter bytes_a_block is what malloc gave.
 
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 
 #include <cstdint>
-#include <deque>
+#include <cstdlib>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "zqcore27/blocks/supa_block.h"
 #include "zqcore27/blocks/supa_block_iterator.h"
 
+#ifdef HAVE_GLIB
+#include <glib.h>
+#endif
+
 namespace {
 
 constexpr int COUNT = 1'000'000;
 
-std::vector<std::string> makeBlocks() {
-  std::mt19937 random(1);
-  std::vector<std::string> blocks;
-  for (int i = 0; i < COUNT; ++i) blocks.emplace_back(random() % 65, static_cast<char>(i));
-  return blocks;
-}
-
 const std::vector<std::string>& blocks() {
-  static const std::vector<std::string> made = makeBlocks();
+  static const std::vector<std::string> made = [] {
+    std::mt19937 random(1);
+    std::vector<std::string> all;
+    for (int i = 0; i < COUNT; ++i) all.emplace_back(random() % 65, static_cast<char>(i));
+    return all;
+  }();
   return made;
 }
 
-std::size_t roundedData() {
-  std::size_t sum = 0;
-  for (const std::string& b : blocks()) sum += (b.size() + 3) / 4 * 4;
-  return sum;
-}
+unsigned int firstByteOf(std::string_view block) { return block.empty() ? 0 : static_cast<unsigned char>(block[0]); }
 
 SupaBlockHints hints() {
   SupaBlockHints h;
@@ -44,9 +43,9 @@ SupaBlockHints hints() {
   return h;
 }
 
-/// The store and the containers behind one set of operations.
+// Subjects: the store and the containers behind one set of operations. A subject has those that it is measured in.
+
 struct Store {
-  SupaBlock store{SupaBlock::SB_DIRECTORY, hints()};
   void insert(int i, const std::string& b) {
     store.insert(i, reinterpret_cast<const unsigned char*>(b.data()), static_cast<unsigned int>(b.size()));
   }
@@ -66,108 +65,158 @@ struct Store {
     }
     return sum;
   }
+  SupaBlock store{SupaBlock::SB_DIRECTORY, hints()};
 };
 
-template <class Container>
-struct Standard {
-  Container strings;
-  void insert(int i, const std::string& b) { strings.insert(strings.begin() + i, b); }
+struct VectorOfStrings {
   void append(const std::string& b) { strings.push_back(b); }
-  void erase(int i) { strings.erase(strings.begin() + i); }
+  unsigned int firstByte(int i) { return firstByteOf(strings[static_cast<std::size_t>(i)]); }
+  unsigned int walk() {
+    unsigned int sum = 0;
+    for (const std::string& s : strings) sum += firstByteOf(s);
+    return sum;
+  }
+  std::vector<std::string> strings;
+};
+
+struct FlatBytes {
+  void append(const std::string& b) {
+    bytes.insert(bytes.end(), b.begin(), b.end());
+    begins.push_back(static_cast<std::uint32_t>(bytes.size()));
+  }
   unsigned int firstByte(int i) {
-    const std::string& s = strings[static_cast<std::size_t>(i)];
-    return s.empty() ? 0 : static_cast<unsigned char>(s[0]);
+    const auto at = static_cast<std::size_t>(i);
+    return firstByteOf({bytes.data() + begins[at], begins[at + 1] - begins[at]});
   }
   unsigned int walk() {
     unsigned int sum = 0;
-    for (const std::string& s : strings) sum += s.empty() ? 0 : static_cast<unsigned char>(s[0]);
+    for (int i = 0; i < COUNT; ++i) sum += firstByte(i);
     return sum;
   }
+  std::vector<char> bytes;
+  std::vector<std::uint32_t> begins{0};
 };
-using Vector = Standard<std::vector<std::string>>;
-using Deque = Standard<std::deque<std::string>>;
+
+#ifdef HAVE_GLIB
+/// Strings of its own behind a balanced tree.
+struct Sequence {
+  Sequence() = default;
+  Sequence(const Sequence&) = delete;
+  Sequence& operator=(const Sequence&) = delete;
+  ~Sequence() { g_sequence_free(strings); }
+  static std::string* copy(const std::string& b) { return new std::string(b); }
+  void append(const std::string& b) { g_sequence_append(strings, copy(b)); }
+  void insert(int i, const std::string& b) {
+    g_sequence_insert_before(g_sequence_get_iter_at_pos(strings, i), copy(b));
+  }
+  void erase(int i) { g_sequence_remove(g_sequence_get_iter_at_pos(strings, i)); }
+  unsigned int walk() {
+    unsigned int sum = 0;
+    const auto add = [](gpointer s, gpointer to) {
+      *static_cast<unsigned int*>(to) += firstByteOf(*static_cast<std::string*>(s));
+    };
+    g_sequence_foreach(strings, add, &sum);
+    return sum;
+  }
+  GSequence* strings = g_sequence_new([](gpointer s) { delete static_cast<std::string*>(s); });
+};
+#endif
 
 template <class Subject>
 void fill(Subject& subject) {
   for (const std::string& b : blocks()) subject.append(b);
 }
 
+/// A filled subject that has the same bytes in the same order as every other.
 template <class Subject>
-void Append(benchmark::State& state) {
+struct Filled : Subject {
+  Filled() {
+    fill<Subject>(*this);
+    unsigned int sum = 0;
+    for (const std::string& b : blocks()) sum += firstByteOf(b);
+    if (this->walk() != sum) std::abort();
+  }
+};
+
+std::size_t heapInUse() {
+  const struct mallinfo2 heap = mallinfo2();
+  return heap.uordblks + heap.hblkhd;
+}
+
+template <class Subject>
+void append(benchmark::State& state) {
   blocks();
   for (auto _ : state) {
-    const struct mallinfo2 before = mallinfo2();
+    const std::size_t before = heapInUse();
     Subject subject;
     fill(subject);
     state.PauseTiming();
-    const struct mallinfo2 after = mallinfo2();
-    const double taken = static_cast<double>(after.uordblks + after.hblkhd - before.uordblks - before.hblkhd);
-    state.counters["over_data_per_block"] = (taken - static_cast<double>(roundedData())) / COUNT;
-    state.counters["data_per_block"] = static_cast<double>(roundedData()) / COUNT;
+    state.counters["bytes_a_block"] = static_cast<double>(heapInUse() - before) / COUNT;
     state.ResumeTiming();
   }
-  state.SetItemsProcessed(state.iterations() * COUNT);
 }
 
-template <class Subject>
-void RandomGet(benchmark::State& state) {
-  Subject subject;
-  fill(subject);
-  subject.walk();
-  std::mt19937 random(2);
-  std::vector<int> order(1 << 20);
-  for (int& i : order) i = static_cast<int>(random() % COUNT);
-  for (const int i : order) subject.firstByte(i);
-  // Each place depends on the byte before it: this is the time of one look-up, not of many that overlap.
-  std::size_t n = 0;
-  for (auto _ : state) n += 1 + subject.firstByte(order[n & 0xFFFFF]) % 2;
-  benchmark::DoNotOptimize(n);
-}
-
-template <class Subject>
-void RandomGetsThatOverlap(benchmark::State& state) {
-  Subject subject;
-  fill(subject);
-  subject.walk();
+/// Each place depends on the byte before it, or look-ups may overlap.
+template <class Subject, bool CHAINED>
+void randomGet(benchmark::State& state) {
+  Filled<Subject> subject;
   std::mt19937 random(2);
   std::vector<int> order(1 << 20);
   for (int& i : order) i = static_cast<int>(random() % COUNT);
   for (const int i : order) subject.firstByte(i);
   std::size_t n = 0;
-  for (auto _ : state) benchmark::DoNotOptimize(subject.firstByte(order[n++ & 0xFFFFF]));
-}
-
-template <class Subject>
-void Walk(benchmark::State& state) {
-  Subject subject;
-  fill(subject);
-  for (auto _ : state) benchmark::DoNotOptimize(subject.walk());
-  state.SetItemsProcessed(state.iterations() * COUNT);
-}
-
-template <class Subject>
-void InsertAndDeleteInTheMiddle(benchmark::State& state) {
-  Subject subject;
-  fill(subject);
-  std::mt19937 random(3);
   for (auto _ : state) {
-    const int i = static_cast<int>(COUNT / 4 + random() % (COUNT / 2));
-    subject.insert(i, blocks()[static_cast<std::size_t>(i)]);
-    subject.erase(static_cast<int>(COUNT / 4 + random() % (COUNT / 2)));
+    const unsigned int byte = subject.firstByte(order[n & 0xFFFFF]);
+    benchmark::DoNotOptimize(byte);
+    n += 1 + (CHAINED ? byte % 2 : 0);
   }
 }
 
-#define BLOCK_STORE_BENCHMARK(workload)                      \
-  BENCHMARK(workload<Store>)->Unit(benchmark::kNanosecond);  \
-  BENCHMARK(workload<Vector>)->Unit(benchmark::kNanosecond); \
-  BENCHMARK(workload<Deque>)->Unit(benchmark::kNanosecond)
+template <class Subject>
+void walk(benchmark::State& state) {
+  Filled<Subject> subject;
+  for (auto _ : state) benchmark::DoNotOptimize(subject.walk());
+}
 
-BLOCK_STORE_BENCHMARK(Append);
-BLOCK_STORE_BENCHMARK(RandomGet);
-BLOCK_STORE_BENCHMARK(RandomGetsThatOverlap);
-BLOCK_STORE_BENCHMARK(Walk);
-BLOCK_STORE_BENCHMARK(InsertAndDeleteInTheMiddle);
+template <class Subject>
+void insertAndDelete(benchmark::State& state) {
+  Filled<Subject> subject;
+  std::mt19937 random(3);
+  for (auto _ : state) {
+    const int i = static_cast<int>(random() % COUNT);
+    subject.insert(i, blocks()[static_cast<std::size_t>(i)]);
+    subject.erase(static_cast<int>(random() % COUNT));
+  }
+}
+
+void add(const std::string& work, const std::string& who, void (*run)(benchmark::State&)) {
+  benchmark::RegisterBenchmark(("store: " + work + "/" + who).c_str(), run);
+}
+
+template <class Subject>
+void addArray(const std::string& who) {
+  add("append a million blocks", who, append<Subject>);
+  add("random get", who, randomGet<Subject, false>);
+  add("random get, each behind the last", who, randomGet<Subject, true>);
+  add("walk", who, walk<Subject>);
+}
+
+template <class Subject>
+void addSequence(const std::string& who) {
+  add("insert and delete anywhere", who, insertAndDelete<Subject>);
+}
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+  addArray<Store>("zqcore27");
+  addArray<VectorOfStrings>("vector of strings");
+  addArray<FlatBytes>("flat bytes and offsets");
+  addSequence<Store>("zqcore27");
+#ifdef HAVE_GLIB
+  addSequence<Sequence>("GSequence");
+#endif
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  benchmark::RunSpecifiedBenchmarks();
+}

@@ -1,15 +1,13 @@
-// The thread pool beside the peers that a host would take instead, these behind a semaphore that bounds what they have
-// queued. Each round submits JOBS empty jobs, from one or two clients, and waits until all have run. The counters are
-// the whole process's allocations and sleeps in one round.
+// The thread pool beside those that a host would take instead, these behind a semaphore that bounds what they have
+// queued. Each round submits JOBS empty jobs, from one or two clients, and waits until all have run.
 
 #include <benchmark/benchmark.h>
-#include <sys/resource.h>
 
 #include <atomic>
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <semaphore>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -25,33 +23,16 @@
 #include <tbb/global_control.h>
 #include <tbb/task_arena.h>
 #endif
-
-// All of the process's memory comes through here.
-static constinit std::atomic<bool> counting{false};
-static constinit std::atomic<std::uint64_t> allocations{0};
-
-extern "C" {
-void* __libc_malloc(std::size_t);
-void* __libc_calloc(std::size_t, std::size_t);
-void* __libc_realloc(void*, std::size_t);
-
-void* malloc(std::size_t size) {
-  if (counting.load(std::memory_order_relaxed)) allocations.fetch_add(1, std::memory_order_relaxed);
-  return __libc_malloc(size);
-}
-void* calloc(std::size_t count, std::size_t size) {
-  if (counting.load(std::memory_order_relaxed)) allocations.fetch_add(1, std::memory_order_relaxed);
-  return __libc_calloc(count, size);
-}
-void* realloc(void* old, std::size_t size) {
-  if (counting.load(std::memory_order_relaxed)) allocations.fetch_add(1, std::memory_order_relaxed);
-  return __libc_realloc(old, size);
-}
-}
+#ifdef HAVE_QT
+#include <QThreadPool>
+#endif
+#ifdef HAVE_GLIB
+#include <glib.h>
+#endif
 
 namespace {
 
-constexpr std::uint32_t JOBS = 100'000;
+constexpr std::uint32_t JOBS = 20'000;
 constexpr std::uint16_t WORKERS = 2;
 
 /// The jobs of one round that haven't run. All that a job does is to count.
@@ -62,15 +43,6 @@ void jobDone() {
 }
 
 // Subjects: a place where jobs run, and a client of it that submits one.
-
-/// No pool at all: the floor.
-struct InPlace {
-  explicit InPlace(std::uint16_t) {}
-  struct Client {
-    explicit Client(InPlace&) {}
-    void submit() { jobDone(); }
-  };
-};
 
 /// The pool with its standing workers, as a host uses it: each job gets a record of its own and deletes it.
 struct Pool {
@@ -121,26 +93,33 @@ class Bound {
  public:
   explicit Bound(std::uint16_t queueSize) : fRoom(queueSize) {}
   void submitted() { fRoom.acquire(); }
-  void taken() { fRoom.release(); }
+  void ran() {
+    fRoom.release();
+    jobDone();
+  }
 
  private:
   std::counting_semaphore<UINT16_MAX> fRoom;
 };
 
+/// A client of a peer, which has a `bound` and queues a function by `post`.
+template <class Peer>
+struct PeerClient {
+  explicit PeerClient(Peer& p) : peer(p) {}
+  void submit() {
+    peer.bound.submitted();
+    peer.post();
+  }
+  Peer& peer;
+};
+
 #ifdef HAVE_ASIO
 struct Asio {
   explicit Asio(std::uint16_t queueSize) : bound(queueSize), pool(WORKERS) {}
-  struct Client {
-    explicit Client(Asio& p) : place(p) {}
-    void submit() {
-      place.bound.submitted();
-      boost::asio::post(place.pool, [&place = place] {
-        place.bound.taken();
-        jobDone();
-      });
-    }
-    Asio& place;
-  };
+  using Client = PeerClient<Asio>;
+  void post() {
+    boost::asio::post(pool, [this] { bound.ran(); });
+  }
   Bound bound;
   boost::asio::thread_pool pool;
 };
@@ -149,20 +128,43 @@ struct Asio {
 #ifdef HAVE_TBB
 struct Tbb {
   explicit Tbb(std::uint16_t queueSize) : bound(queueSize) { arena.initialize(); }
-  struct Client {
-    explicit Client(Tbb& p) : place(p) {}
-    void submit() {
-      place.bound.submitted();
-      place.arena.enqueue([&place = place] {
-        place.bound.taken();
-        jobDone();
-      });
-    }
-    Tbb& place;
-  };
+  using Client = PeerClient<Tbb>;
+  void post() {
+    arena.enqueue([this] { bound.ran(); });
+  }
   Bound bound;
   tbb::global_control threads{tbb::global_control::max_allowed_parallelism, WORKERS + 1u};  // and the client's
   tbb::task_arena arena{WORKERS, 0};
+};
+#endif
+
+#ifdef HAVE_QT
+struct QtPool {
+  explicit QtPool(std::uint16_t queueSize) : bound(queueSize) {
+    pool.setMaxThreadCount(WORKERS);
+    pool.setExpiryTimeout(-1);
+  }
+  using Client = PeerClient<QtPool>;
+  void post() {
+    pool.start([this] { bound.ran(); });
+  }
+  Bound bound;
+  QThreadPool pool;
+};
+#endif
+
+#ifdef HAVE_GLIB
+struct Glib {
+  explicit Glib(std::uint16_t queueSize)
+      : bound(queueSize), pool(g_thread_pool_new(run, this, WORKERS, TRUE, nullptr)) {}
+  ~Glib() { g_thread_pool_free(pool, FALSE, TRUE); }
+  Glib(const Glib&) = delete;
+  Glib& operator=(const Glib&) = delete;
+  using Client = PeerClient<Glib>;
+  static void run(gpointer, gpointer peer) { static_cast<Glib*>(peer)->bound.ran(); }
+  void post() { g_thread_pool_push(pool, this, nullptr); }
+  Bound bound;
+  GThreadPool* pool;
 };
 #endif
 
@@ -186,68 +188,50 @@ void submitAndRun(std::vector<Client>& clients) {
   while (const std::uint32_t left = jobsLeft) jobsLeft.wait(left);
 }
 
-rusage usage() {
-  rusage now{};
-  getrusage(RUSAGE_SELF, &now);
-  return now;
-}
-
 template <class Subject>
-void EmptyJobs(benchmark::State& state) {
-  Subject subject(static_cast<std::uint16_t>(state.range(1)));
+void emptyJobs(benchmark::State& state, std::uint16_t room, std::size_t number) {
+  Subject subject(room);
   std::vector<typename Subject::Client> clients;
-  clients.reserve(static_cast<std::size_t>(state.range(0)));
-  for (std::int64_t i = 0; i < state.range(0); ++i) clients.emplace_back(subject);
+  clients.reserve(number);
+  for (std::size_t i = 0; i < number; ++i) clients.emplace_back(subject);
   submitAndRun(clients);  // whatever is made at the first use is there
   for (auto _ : state) submitAndRun(clients);
-  const rusage before = usage();
-  allocations = 0;
-  counting = true;
-  submitAndRun(clients);
-  counting = false;
-  state.counters["allocations"] = static_cast<double>(allocations);
-  state.counters["sleeps"] = static_cast<double>(usage().ru_nvcsw - before.ru_nvcsw);
   state.SetItemsProcessed(state.iterations() * JOBS);
 }
 
-/// What a pool takes that has run jobs and has nothing to do any more: counter cpu_us, of one second.
-void IdlePool(benchmark::State& state) {
-  Pool subject(10);
-  std::vector<Pool::Client> clients;
-  clients.emplace_back(subject);
-  submitAndRun(clients);
-  const auto microseconds = [](const timeval& t) { return static_cast<double>(t.tv_sec) * 1e6 + t.tv_usec; };
-  rusage before{}, after{};
-  for (auto _ : state) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));  // the last ones have gone to sleep
-    before = usage();
-    std::this_thread::sleep_for(std::chrono::seconds(1));
-    after = usage();
+template <class Subject>
+void add(const std::string& who) {
+  for (const std::uint16_t room : {10, 1000}) {
+    for (const std::size_t clients : {1, 2}) {
+      const std::string name =
+          "pool: room for " + std::to_string(room) + (clients == 1 ? ", one client/" : ", two clients/") + who;
+      benchmark::RegisterBenchmark(name.c_str(),
+                                   [=](benchmark::State& state) { emptyJobs<Subject>(state, room, clients); })
+          ->Unit(benchmark::kMillisecond)
+          ->UseRealTime();
+    }
   }
-  state.counters["cpu_us"] = microseconds(after.ru_utime) + microseconds(after.ru_stime) -
-                             microseconds(before.ru_utime) - microseconds(before.ru_stime);
-  state.counters["sleeps"] = static_cast<double>(after.ru_nvcsw - before.ru_nvcsw);
 }
-
-#define POOL_BENCHMARK(subject)           \
-  BENCHMARK(EmptyJobs<subject>)           \
-      ->ArgNames({"clients", "queue"})    \
-      ->ArgsProduct({{1, 2}, {10, 1000}}) \
-      ->Unit(benchmark::kMillisecond)     \
-      ->UseRealTime()
-
-POOL_BENCHMARK(InPlace);
-POOL_BENCHMARK(Pool);
-POOL_BENCHMARK(PoolReadyRecords);
-POOL_BENCHMARK(PoolThatGrows);
-#ifdef HAVE_ASIO
-POOL_BENCHMARK(Asio);
-#endif
-#ifdef HAVE_TBB
-POOL_BENCHMARK(Tbb);
-#endif
-BENCHMARK(IdlePool)->Iterations(1)->UseRealTime();
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+  add<Pool>("zqcore27");
+  add<PoolReadyRecords>("zqcore27, ready records");
+  add<PoolThatGrows>("zqcore27, growing");
+#ifdef HAVE_QT
+  add<QtPool>("QThreadPool");
+#endif
+#ifdef HAVE_ASIO
+  add<Asio>("asio");
+#endif
+#ifdef HAVE_TBB
+  add<Tbb>("oneTBB");
+#endif
+#ifdef HAVE_GLIB
+  add<Glib>("GThreadPool");
+#endif
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  benchmark::RunSpecifiedBenchmarks();
+}

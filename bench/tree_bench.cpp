@@ -7,10 +7,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <iostream>
-#include <memory>
-#include <numeric>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "zqcore27/blocks/sb_tree.h"
@@ -74,24 +72,6 @@ struct HintedTree : Tree {
   }
 };
 
-/// Walks by children(node), a span of indexes, with a stack of spans.
-template <class Arrays>
-std::uint64_t walkOf(const Arrays& arrays, std::uint32_t root) {
-  std::uint64_t sum = root;
-  std::vector<std::pair<const std::uint32_t*, const std::uint32_t*>> path{arrays.children(root)};
-  while (!path.empty()) {
-    auto& [next, end] = path.back();
-    if (next == end) {
-      path.pop_back();
-      continue;
-    }
-    const std::uint32_t node = *next++;
-    sum += node;
-    if (const auto below = arrays.children(node); below.first != below.second) path.push_back(below);
-  }
-  return sum;
-}
-
 /// All children in one array, and where those of each node begin in another.
 struct FlatArrays {
   FlatArrays() {
@@ -125,45 +105,25 @@ struct FlatArrays {
     begins.erase(begins.begin() + node);
     for (std::uint32_t& begin : begins) begin -= begin > place ? 1 : 0;
   }
-  std::uint64_t walk() { return walkOf(*this, static_cast<std::uint32_t>(begins.size() - 2)); }
+  /// With a stack of spans.
+  std::uint64_t walk() {
+    const auto root = static_cast<std::uint32_t>(begins.size() - 2);
+    std::uint64_t sum = root;
+    std::vector<std::pair<const std::uint32_t*, const std::uint32_t*>> path{children(root)};
+    while (!path.empty()) {
+      auto& [next, end] = path.back();
+      if (next == end) {
+        path.pop_back();
+        continue;
+      }
+      const std::uint32_t node = *next++;
+      sum += node;
+      if (const auto below = children(node); below.first != below.second) path.push_back(below);
+    }
+    return sum;
+  }
 
   std::vector<std::uint32_t> begins, indexes;
-};
-
-/// An array of children a node.
-struct VectorsOfIndexes {
-  VectorsOfIndexes() : nodes(COUNT) {
-    for (std::uint32_t node = 0; node < COUNT; ++node) {
-      std::uint32_t first, last;
-      if (!childrenOf(node, first, last)) continue;
-      nodes[node].resize(last - first + 1);
-      std::iota(nodes[node].begin(), nodes[node].end(), first);
-    }
-  }
-  std::pair<const std::uint32_t*, const std::uint32_t*> children(std::uint32_t node) const {
-    return {nodes[node].data(), nodes[node].data() + nodes[node].size()};
-  }
-  void insert(std::uint32_t node) {
-    for (auto& indexes : nodes) {
-      auto at = indexes.end();
-      for (auto i = indexes.begin(); i != indexes.end(); ++i) {
-        if (*i == node) at = i;
-        *i += *i >= node ? 1 : 0;
-      }
-      if (at != indexes.end()) indexes.insert(at, node);
-    }
-    nodes.emplace(nodes.begin() + node);
-  }
-  void erase(std::uint32_t node) {
-    nodes.erase(nodes.begin() + node);
-    for (auto& indexes : nodes) {
-      std::erase(indexes, node);
-      for (std::uint32_t& index : indexes) index -= index > node ? 1 : 0;
-    }
-  }
-  std::uint64_t walk() { return walkOf(*this, static_cast<std::uint32_t>(nodes.size() - 1)); }
-
-  std::vector<std::vector<std::uint32_t>> nodes;
 };
 
 #ifdef HAVE_GLIB
@@ -205,102 +165,82 @@ std::size_t heapInUse() {
 
 /// The walk first, so that what look-ups leave behind is counted, too.
 template <class Subject>
-void Build(benchmark::State& state) {
+void build(benchmark::State& state) {
   for (auto _ : state) {
     const std::size_t before = heapInUse();
     Subject subject;
     state.PauseTiming();
     benchmark::DoNotOptimize(subject.walk());
-    state.counters["bytes_per_node"] = static_cast<double>(heapInUse() - before) / COUNT;
+    state.counters["bytes_a_node"] = static_cast<double>(heapInUse() - before) / COUNT;
     state.ResumeTiming();
   }
-  state.SetItemsProcessed(state.iterations() * COUNT);
 }
 
 template <class Subject>
-void Walk(benchmark::State& state) {
+void walk(benchmark::State& state) {
   Subject subject;
   constexpr std::uint64_t SUM = std::uint64_t{COUNT} * (COUNT - 1) / 2;  // every node once
   for (auto _ : state) {
     if (subject.walk() != SUM) state.SkipWithError("the walk has lost its way");
   }
-  state.SetItemsProcessed(state.iterations() * COUNT);
 }
 
 template <class Subject>
-void InsertAndDeleteInTheMiddle(benchmark::State& state) {
+void insertAndDelete(benchmark::State& state) {
   Subject subject;
+  const std::uint64_t sum = subject.walk();
   std::mt19937 random(1);
   for (auto _ : state) {
     const std::uint32_t node = middle(random);
     subject.insert(node);
     subject.erase(node);
   }
+  if (subject.walk() != sum) state.SkipWithError("the tree isn't what it was");
 }
 
-/// What the repair passes over: a size word a node, and the runs.
-std::size_t bytesOfTree() {
+/// What two repairs pass over, from one place to another: a size word a node, and the runs.
+void copyTwice(benchmark::State& state) {
   std::size_t bytes = 0;
   std::uint32_t first, last;
   for (std::uint32_t node = 0; node < COUNT; ++node) bytes += childrenOf(node, first, last) ? 12 : 4;
-  return bytes;
-}
-
-/// The notice of an insert at `idx` alone, without the insert: what the repair of all nodes above costs. The notice of
-/// a delete, which isn't timed, takes the indexes back.
-void RepairAfterInsert(benchmark::State& state) {
-  Tree subject;
-  SupaBlockEvent event;
-  event.fIndex = 1;
-  for (auto _ : state) {
-    event.fKind = SupaBlockEvent::SB_EVENT_INSERT;
-    subject.tree.call(event);
-    state.PauseTiming();
-    event.fKind = SupaBlockEvent::SB_EVENT_DELETE;
-    subject.tree.call(event);
-    state.ResumeTiming();
-  }
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytesOfTree()));
-}
-
-/// The same bytes from one place to another.
-void RepairAsMemcpy(benchmark::State& state) {
-  const std::size_t bytes = bytesOfTree();
   std::vector<unsigned char> from(bytes, 1), to(bytes);
   for (auto _ : state) {
-    std::memcpy(to.data(), from.data(), bytes);
-    benchmark::DoNotOptimize(to.data());
-    benchmark::ClobberMemory();
+    for (int i = 0; i < 2; ++i) {
+      std::memcpy(to.data(), from.data(), bytes);
+      benchmark::DoNotOptimize(to.data());
+      benchmark::ClobberMemory();
+    }
   }
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes));
 }
 
-BENCHMARK(Build<Tree>)->Unit(benchmark::kMillisecond);
-BENCHMARK(Build<FlatArrays>)->Unit(benchmark::kMillisecond);
-BENCHMARK(Build<VectorsOfIndexes>)->Unit(benchmark::kMillisecond);
-BENCHMARK(Walk<Tree>)->Unit(benchmark::kMillisecond);
-BENCHMARK(Walk<HintedTree>)->Unit(benchmark::kMillisecond);
-BENCHMARK(Walk<FlatArrays>)->Unit(benchmark::kMillisecond);
-BENCHMARK(Walk<VectorsOfIndexes>)->Unit(benchmark::kMillisecond);
-BENCHMARK(InsertAndDeleteInTheMiddle<Tree>)->Unit(benchmark::kMicrosecond);
-BENCHMARK(InsertAndDeleteInTheMiddle<FlatArrays>)->Unit(benchmark::kMicrosecond);
-BENCHMARK(InsertAndDeleteInTheMiddle<VectorsOfIndexes>)->Unit(benchmark::kMicrosecond);
-BENCHMARK(RepairAfterInsert)->Unit(benchmark::kMicrosecond);
-BENCHMARK(RepairAsMemcpy)->Unit(benchmark::kMicrosecond);
-#ifdef HAVE_GLIB
-BENCHMARK(Build<GlibTree>)->Unit(benchmark::kMillisecond);
-BENCHMARK(Walk<GlibTree>)->Unit(benchmark::kMillisecond);
-#endif
+void add(const std::string& work, const std::string& who, void (*run)(benchmark::State&)) {
+  benchmark::RegisterBenchmark(("tree: " + work + "/" + who).c_str(), run);
+}
+
+template <class Subject>
+void addTree(const std::string& who) {
+  add("build a million nodes", who, build<Subject>);
+  add("walk", who, walk<Subject>);
+}
+
+template <class Subject>
+void addArray(const std::string& who) {
+  addTree<Subject>(who);
+  add("insert and delete of one node", who, insertAndDelete<Subject>);
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  addArray<Tree>("zqcore27");
+  addTree<HintedTree>("zqcore27, leaves marked");
+  addArray<FlatArrays>("index arrays");
+  add("insert and delete of one node", "limit: memcpy of the nodes twice", copyTwice);
 #ifdef HAVE_GLIB
   g_setenv("G_SLICE", "always-malloc", TRUE);  // so that its memory is seen
-#else
-  std::cerr << "GLib isn't installed: its tree is left out\n";
+  addTree<GlibTree>("GNode");
 #endif
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();
 }
