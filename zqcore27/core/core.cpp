@@ -52,7 +52,9 @@ CoreHold::CoreHold() {
   if ((coreHolds.load(std::memory_order_relaxed) & GOING) != 0) return;  // or a stream of holds could keep it for ever
   coreHolds.fetch_add(1);
   fCore = std::atomic_ref<OrlanCore*>(gCore).load();
-  if (fCore == nullptr) leave();
+  if (fCore != nullptr && fCore->is_held()) return;
+  fCore = nullptr;
+  leave();
 }
 
 CoreHold::~CoreHold() {
@@ -104,7 +106,10 @@ OrlanCore::~OrlanCore() {
   delete std::exchange(fThreads, nullptr);
 }
 
-// A core that has begun to go stays in gCore for a few steps, with its count below 0 already.
+// A core that has begun to go stays in gCore for a few steps, with its count below 0 already. A thread that was refused
+// a use of it must get no hold either: nothing would keep the texts that it finds.
+bool OrlanCore::is_held() const { return fCount.load(std::memory_order_relaxed) >= 0; }
+
 bool OrlanCore::use_if_held() {
   const OrlanSynchronized hold(fMutex);
   if (fCount < 0) return false;

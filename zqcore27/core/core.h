@@ -44,8 +44,10 @@ class ZQCORE27_EXPORT OrlanCore : public RefCount {
   ReadWriteLock* fCatalogueLock = nullptr;
 
  private:
+  friend class CoreHold;
   friend class CoreUse;
 
+  bool is_held() const;
   bool use_if_held();
   void delete_catalogues();
 };

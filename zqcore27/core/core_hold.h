@@ -19,7 +19,7 @@ class CoreHold {
   CoreHold(const CoreHold&) = delete;
   CoreHold& operator=(const CoreHold&) = delete;
 
-  /// Null once the core has begun to go.
+  /// Null if there was none, or if its count was below 0: once refused here or to a CoreUse, the core stays refused.
   OrlanCore* core() const { return fCore; }
 
  private:

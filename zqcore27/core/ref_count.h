@@ -1,10 +1,10 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "zqcore27/core/memory.h"
 #include "zqcore27/platform/export.h"
-#include "zqcore27/platform/thread_annotations.h"
 #include "zqcore27/threads/mutex.h"
 
 inline namespace zqcore27 {
@@ -24,8 +24,8 @@ class ZQCORE27_EXPORT RefCount : public FromLibraryHeap {
   bool unuse();
 
  protected:
-  OrlanMutex fMutex;                                     // free while the object is destroyed
-  std::int32_t fCount ZQCORE27_GUARDED_BY(fMutex) = -1;  // holders minus one; the object dies below 0
+  OrlanMutex fMutex;                     // free while the object is destroyed
+  std::atomic<std::int32_t> fCount{-1};  // holders minus one, changed under fMutex alone; the object dies below 0
 };
 
 }  // namespace zqcore27
