@@ -95,21 +95,12 @@ ThreadPool::~ThreadPool() {
 std::uint32_t ThreadPool::addRequestToPool(Request::Function func, FlaggedArg* arg, const ThreadRequester* requester,
                                            Request::Cleanup cleanup, void* cleanupArg) {
   assert(func != nullptr && arg != nullptr);
-  Request request;
-  request.fFunc = func;
-  request.fArg = arg;
-  request.fRequester = requester;
-  request.fCleanup = cleanup;
-  request.fCleanupArg = cleanupArg;
-  return add_request(request);
+  return add_request(Request(func, arg, requester, cleanup, cleanupArg));
 }
 
 std::uint32_t ThreadPool::add_job(SubmittedJob& job, const ThreadRequester* requester) {
   auto record = std::make_unique<FlaggedArg>(&job);
-  Request request;
-  request.fFunc = runSubmittedJob;
-  request.fArg = record.get();
-  request.fRequester = requester;
+  Request request(runSubmittedJob, record.get(), requester, nullptr, nullptr);
   request.fJob = &job;
   job.add_handle();  // the request's
   try {

@@ -34,6 +34,9 @@ struct ZQCORE27_EXPORT Request {
   using Cleanup = void* (*)(void*);
 
   Request() = default;
+  /// A request with no id yet.
+  Request(Function func, FlaggedArg* arg, const ThreadRequester* requester, Cleanup cleanup, void* cleanupArg)
+      : fFunc(func), fArg(arg), fCleanup(cleanup), fCleanupArg(cleanupArg), fRequester(requester) {}
   Request(const Request&) = default;
   Request& operator=(const Request&) = default;
 

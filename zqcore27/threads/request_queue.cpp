@@ -23,13 +23,7 @@ RequestQueue::~RequestQueue() = default;
 
 std::uint32_t RequestQueue::PutRequestInQueue(Request::Function func, FlaggedArg* arg, const ThreadRequester* requester,
                                               Request::Cleanup cleanup, void* cleanupArg) {
-  Request request;
-  request.fFunc = func;
-  request.fArg = arg;
-  request.fRequester = requester;
-  request.fCleanup = cleanup;
-  request.fCleanupArg = cleanupArg;
-  return put(request);
+  return put(Request(func, arg, requester, cleanup, cleanupArg));
 }
 
 std::uint32_t RequestQueue::put(const Request& request) {
