@@ -4,6 +4,8 @@
 #include <cassert>
 #include <cstdint>
 
+#include "zqcore27/platform/export.h"
+
 inline namespace zqcore27 {
 
 /// The platform's re-entrant lock, the base of OrlanMutex and of the thread layer's monitors. Hosts use those.
@@ -15,7 +17,7 @@ inline namespace zqcore27 {
 /// Requires: unlock by the owner only; nobody owns it or waits when it is destroyed. The thread that unlocks it touches
 /// it no more once another thread can have it, so that the next owner may destroy it.
 /// Threads: any.
-class CriticalSection {
+class ZQCORE27_EXPORT CriticalSection {
  public:
   constexpr CriticalSection() = default;
   CriticalSection(const CriticalSection&) = delete;

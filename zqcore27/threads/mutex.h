@@ -16,8 +16,8 @@ class ZQCORE27_EXPORT ZQCORE27_CAPABILITY("mutex") OrlanMutex {
   OrlanMutex(const OrlanMutex&) = delete;
   OrlanMutex& operator=(const OrlanMutex&) = delete;
 
-  void lock() ZQCORE27_ACQUIRE();
-  void unlock() ZQCORE27_RELEASE();
+  void lock() ZQCORE27_ACQUIRE() { fSection.lock(); }
+  void unlock() ZQCORE27_RELEASE() { fSection.unlock(); }
 
  private:
   CriticalSection fSection;
