@@ -130,6 +130,7 @@ class ZQCORE27_EXPORT SupaBlock : public FromLibraryHeap {
   std::size_t position_of(const SupaBlockHeader& sb) const;
   unsigned char* get_block_hdr(SupaBlockHeader* sb, std::int32_t idx);
   unsigned char* block_hdr_dir(SupaBlockHeader* sb, std::int32_t idx);
+  unsigned char* block_behind(unsigned char* h, std::uint32_t steps) const;
   unsigned int block_size(SupaBlockHeader* sb, std::int32_t idx);
   unsigned char* block_data(SupaBlockHeader* sb, std::int32_t idx);
   BlockSpan blocks_from(std::int32_t idx);
