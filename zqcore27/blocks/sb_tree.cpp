@@ -106,32 +106,4 @@ void SBTree::detach_iterator(SBTreeIterator* it) {
   std::erase(fIterators, it);
 }
 
-/// The handle of a node; null if there is none. `near` is the superblock of the last node that was looked up, or null:
-/// neighbours on a walk seldom need a search. Superblocks live as long as their store. While blocks are about to move
-/// there is none: a handle taken then would outlive its block.
-unsigned char* SBTree::node_block(std::uint32_t idx, SupaBlockHeader*& near) {
-  if (fStore == nullptr || fStore->fImpacting) return nullptr;
-  if (near == nullptr || !near->holds(block_idx(idx))) near = fStore->get_SB_for_idx(block_idx(idx));
-  return near == nullptr ? nullptr : fStore->get_block_hdr(near, block_idx(idx));
-}
-
-/// The handle of the node behind `idx`, whose own is `block`, if that is to be had without a look-up; null otherwise.
-unsigned char* SBTree::next_block(unsigned char* block, std::uint32_t idx, const SupaBlockHeader* near) const {
-  if (block == nullptr || near == nullptr || !near->holds(block_idx(idx)) || block_idx(idx) == near->fLast ||
-      fStore->fImpacting) {
-    return nullptr;
-  }
-  return SupaBlock::next_block_from_hdr(block);
-}
-
-std::uint32_t SBTree::node_first_child_idx(unsigned char* block) {
-  const ChildRuns runs(block);
-  return runs.count() == 0 ? IDX_NONE : runs[0].first;
-}
-
-std::uint32_t SBTree::node_last_child_idx(unsigned char* block) {
-  const ChildRuns runs(block);
-  return runs.count() == 0 ? IDX_NONE : runs[runs.count() - 1].last;
-}
-
 }  // namespace zqcore27

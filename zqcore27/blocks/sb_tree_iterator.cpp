@@ -5,7 +5,6 @@
 
 #include "zqcore27/blocks/child_runs.h"
 #include "zqcore27/blocks/sb_tree.h"
-#include "zqcore27/blocks/supa_block_error.h"
 
 inline namespace zqcore27 {
 
@@ -22,6 +21,7 @@ SBTreeIterator::~SBTreeIterator() {
 }
 
 void SBTreeIterator::initialise_iter(SBTree* tree) {
+  fFrames.clear();
   fFrames.reserve(10);
   fTop = -1;
   fCurrent = IDX_NONE;
@@ -55,12 +55,6 @@ SBTreeIterator& SBTreeIterator::operator=(const SBTreeIterator& other) {
   fNear = other.fNear;
   fFrames = other.fFrames;
   return *this;
-}
-
-bool SBTreeIterator::testIter(bool raise) {
-  OrlanSynchronized lock(fMutex);
-  if (!fValid && raise) throw SupaBlockError(SupaBlockError::INVALID_ITERATOR, false);
-  return fValid;
 }
 
 void SBTreeIterator::invalidate() {
@@ -107,66 +101,6 @@ bool SBTreeIterator::isADescendant(std::int32_t idx) {
   const auto wanted = static_cast<std::uint32_t>(idx);
   return std::any_of(fFrames.begin(), fFrames.begin() + (fTop + 1),
                      [wanted](const SBTreeIteratorStackFrame& f) { return f.fIndex == wanted; });
-}
-
-// The path.
-
-std::uint32_t SBTreeIterator::this_idx() {
-  if (fCurrent == IDX_NONE && fTop >= 0) fCurrent = top().fIndex;
-  return fCurrent;
-}
-
-unsigned char* SBTreeIterator::block_of(SBTreeIteratorStackFrame& frame) {
-  if (frame.fHeader == nullptr) frame.fHeader = fTree->node_block(frame.fIndex, fNear);
-  return frame.fHeader;
-}
-
-unsigned char* SBTreeIterator::this_node() {
-  if (fTop < 0) return nullptr;
-  this_idx();
-  return block_of(top());
-}
-
-unsigned char* SBTreeIterator::parent_node() {
-  return fTop < 1 ? nullptr : block_of(fFrames[static_cast<std::size_t>(fTop) - 1]);
-}
-
-std::uint32_t SBTreeIterator::first_child_idx() { return SBTree::node_first_child_idx(this_node()); }
-
-std::uint32_t SBTreeIterator::last_child_idx() { return SBTree::node_last_child_idx(this_node()); }
-
-void SBTreeIterator::replace_top_idx(std::uint32_t idx) {
-  if (fTop < 0) return;
-  SBTreeIteratorStackFrame& frame = top();
-  frame.fIndex = idx;
-  frame.fRun = 0;
-  frame.fHeader = nullptr;
-  fCurrent = idx;
-}
-
-SBTreeIteratorStackFrame* SBTreeIterator::push_frame() {
-  if (static_cast<std::size_t>(fTop + 1) == fFrames.size()) fFrames.emplace_back();
-  ++fTop;
-  fCurrent = IDX_NONE;
-  return &top();
-}
-
-void SBTreeIterator::push_idx(std::uint32_t idx) {
-  push_frame();
-  replace_top_idx(idx);
-}
-
-/// The bottom frame stays: null, and nothing moves.
-SBTreeIteratorStackFrame* SBTreeIterator::pop_frame() {
-  if (fTop < 1) return nullptr;
-  --fTop;
-  return &top();
-}
-
-std::uint32_t SBTreeIterator::pop_idx() {
-  fCurrent = IDX_NONE;
-  if (const SBTreeIteratorStackFrame* frame = pop_frame()) fCurrent = frame->fIndex;
-  return fCurrent;
 }
 
 // Changes of the tree. fCurrent is read again from the top frame after an index has changed.

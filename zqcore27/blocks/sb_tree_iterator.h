@@ -105,6 +105,7 @@ class ZQCORE27_EXPORT SBTreeIterator : public TreeIterator {
   unsigned char* parent_node();
   std::uint32_t first_child_idx();
   std::uint32_t last_child_idx();
+  unsigned char* block_behind(const SBTreeIteratorStackFrame& frame, std::uint32_t idx) const;
   bool closes_a_circle();
   std::uint32_t next_sibling_idx();
   std::uint32_t prev_sibling_idx();
