@@ -40,6 +40,24 @@ std::uint64_t utf8Size(std::span<const std::uint16_t> text) {
   return sumOf(text, [](std::uint16_t c) { return static_cast<unsigned>((c != 0) + (c >= 0x80) + (c >= 0x800)); });
 }
 
+/// Writes the units before the next plain one, zero units left out; moves both places behind them.
+void encodeRun(const std::uint16_t*& in, const std::uint16_t* end, unsigned char*& out) {
+  const std::uint16_t* from = in;
+  unsigned char* to = out;
+  // Each length has a branch of its own, so that the next unit needn't wait for it.
+  for (; from != end && !isPlain(*from); ++from) {
+    if (*from >= 0x800) {
+      encodeUTF8(*from, to);
+      to += 3;
+    } else if (*from >= 0x80) {
+      encodeUTF8(*from, to);
+      to += 2;
+    }
+  }
+  in = from;
+  out = to;
+}
+
 /// Writes the text as UTF-8, zero units left out, and returns the end. Writes nothing behind `outEnd`, up to which
 /// there is room for all.
 unsigned char* encode(std::span<const std::uint16_t> text, unsigned char* out, const unsigned char* outEnd) {
@@ -47,19 +65,40 @@ unsigned char* encode(std::span<const std::uint16_t> text, unsigned char* out, c
   const std::uint16_t* const end = in + text.size();
   while (in != end) {
     const auto room = static_cast<std::size_t>(std::min(end - in, outEnd - out));
-    const std::size_t run = narrowAscii(in, room, out);
-    in += run;
-    out += run;
-    // Each length has a branch of its own, so that the next unit needn't wait for it.
-    for (; in != end && !isPlain(*in); ++in) {
-      if (*in >= 0x800) {
-        encodeUTF8(*in, out);
-        out += 3;
-      } else if (*in >= 0x80) {
-        encodeUTF8(*in, out);
-        out += 2;
-      }
+    // The longest sequences of a block, and a block of ASCII behind them.
+    const bool blocks = room >= (MAX_UTF8_SEQUENCE + 1) * BLOCK;
+    unsigned wide = blocks ? notPlain(BestBytes::narrow(in)) : 0;
+    if (wide == 0) {
+      const std::size_t run = narrowAscii(in, room, out);
+      in += run;
+      out += run;
+      if (!blocks) encodeRun(in, end, out);
+      continue;
     }
+    // The runs of one block are found in its bits, which is quicker than looking for each where the last one ended.
+    const std::uint16_t* next = in;
+    while (wide != 0) {
+      const std::uint16_t* const first = in + std::countr_zero(wide);
+      if (first != next) {
+        BestBytes::narrow(next).store(out);
+        out += first - next;
+      }
+      next = first;
+      if (utf8Length(*next) == 2) {
+        out += encodeUTF8(*next++, out);
+        wide &= wide - 1;
+        continue;
+      }
+      encodeRun(next, end, out);
+      const auto past = static_cast<std::size_t>(next - in);
+      wide = past < BLOCK ? wide >> past << past : 0;
+    }
+    if (next < in + BLOCK) {
+      BestBytes::narrow(next).store(out);
+      out += in + BLOCK - next;
+      next = in + BLOCK;
+    }
+    in = next;
   }
   return out;
 }
@@ -127,10 +166,21 @@ Decoded decode(const unsigned char* s, std::size_t n, std::span<std::uint16_t> r
         out += first - next;
       }
       next = first;
+      if (utf8LengthByFirst(*next) == 2 && isUTF8Continuation(next[1])) {
+        decodeUTF8(next, 2, out++);
+        next += 2;
+        wide &= ~(3u << (first - s));
+        continue;
+      }
       decodeRun(next, end, out);
       if (next != end && *next >= 0x80) return done(false);
       const auto past = static_cast<std::size_t>(next - s);
       wide = past < BLOCK ? wide >> past << past : 0;
+    }
+    if (next < s + BLOCK) {
+      BestBytes::load(next).widen(out);
+      out += s + BLOCK - next;
+      next = s + BLOCK;
     }
     s = next;
   }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <utility>
@@ -46,18 +47,37 @@ std::size_t widenAscii(const unsigned char* in, std::size_t n, std::uint16_t* ou
   return i;
 }
 
+/// A bit for each of 16 units, the lowest for the first: set if it is zero or not ASCII. `bytes` is the narrowed units.
+template <typename Bytes>
+unsigned notPlain(Bytes bytes) {
+  return bytes.plain().nonAscii() ^ 0xFFFF;
+}
+
 /// Narrows the units before the first that is zero or not ASCII, `n` at most, and returns their number. Bytes of `out`
 /// behind them, up to the n-th, may be written as well.
 template <typename Bytes = BestBytes>
 std::size_t narrowAscii(const std::uint16_t* in, std::size_t n, unsigned char* out) {
-  using Units = typename Bytes::Units;
+  constexpr std::size_t SIZE = Bytes::SIZE;
   std::size_t i = 0;
-  for (; n - i >= Bytes::SIZE; i += Bytes::SIZE) {
-    const Units low = Units::load(in + i), high = Units::load(in + i + Units::SIZE);
-    Units::narrow(low, high, out + i);
-    const Units lowPlain = low.within(1, 0x7F), highPlain = high.within(1, 0x7F);
-    if ((lowPlain & highPlain).all()) continue;
-    return i + (lowPlain.all() ? Units::SIZE + highPlain.firstClear() : lowPlain.firstClear());
+  const auto narrowOne = [&] {
+    const Bytes bytes = Bytes::narrow(in + i);
+    bytes.store(out + i);
+    const auto run = static_cast<std::size_t>(std::countr_zero(notPlain(bytes) | 0x10000u));
+    i += run;
+    return run == SIZE;
+  };
+  if (n >= SIZE && !narrowOne()) return i;  // most runs are short
+  for (; n - i >= 4 * SIZE; i += 4 * SIZE) {
+    const Bytes a = Bytes::narrow(in + i), b = Bytes::narrow(in + i + SIZE);
+    const Bytes c = Bytes::narrow(in + i + 2 * SIZE), d = Bytes::narrow(in + i + 3 * SIZE);
+    if (((a.plain() & b.plain()) & (c.plain() & d.plain())).nonAscii() != 0xFFFF) break;
+    a.store(out + i);
+    b.store(out + i + SIZE);
+    c.store(out + i + 2 * SIZE);
+    d.store(out + i + 3 * SIZE);
+  }
+  while (n - i >= SIZE) {
+    if (!narrowOne()) return i;
   }
   for (; i < n && isPlain(in[i]); ++i) out[i] = static_cast<unsigned char>(in[i]);
   return i;

@@ -4,6 +4,7 @@
 // elsewhere. Both forms have the same operations, and the tests run them side by side. Nothing outside the eight units
 // or sixteen bytes named is read or written.
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstddef>
@@ -66,14 +67,6 @@ class PlainUnits {
     return i;
   }
 
-  /// The low bytes of 16 units. A unit from 0x100 up gives any byte.
-  static void narrow(PlainUnits low, PlainUnits high, unsigned char* out) {
-    for (std::size_t i = 0; i < SIZE; ++i) {
-      out[i] = static_cast<unsigned char>(low.fLanes[i]);
-      out[SIZE + i] = static_cast<unsigned char>(high.fLanes[i]);
-    }
-  }
-
  private:
   template <typename Lane>
   static PlainUnits each(Lane lane) {
@@ -96,6 +89,15 @@ class PlainBytes {
     for (std::size_t i = 0; i < SIZE; ++i) block.fBytes[i] = s[i];
     return block;
   }
+  /// Sixteen units as bytes: 0xFF for those from 0x100 to 0x7FFF, 0 for those from 0x8000 up.
+  static PlainBytes narrow(const std::uint16_t* s) {
+    PlainBytes block;
+    for (std::size_t i = 0; i < SIZE; ++i) {
+      block.fBytes[i] = static_cast<unsigned char>(s[i] >= 0x8000 ? 0 : s[i] >= 0x100 ? 0xFF : s[i]);
+    }
+    return block;
+  }
+  void store(unsigned char* out) const { std::copy_n(fBytes.data(), SIZE, out); }
   /// Sixteen units.
   void widen(std::uint16_t* out) const {
     for (std::size_t i = 0; i < SIZE; ++i) out[i] = fBytes[i];
@@ -103,6 +105,17 @@ class PlainBytes {
   friend PlainBytes operator|(PlainBytes a, PlainBytes b) {
     for (std::size_t i = 0; i < SIZE; ++i) a.fBytes[i] |= b.fBytes[i];
     return a;
+  }
+  friend PlainBytes operator&(PlainBytes a, PlainBytes b) {
+    for (std::size_t i = 0; i < SIZE; ++i) a.fBytes[i] &= b.fBytes[i];
+    return a;
+  }
+  /// Bytes of 0xFF where this one is from 1 to 0x7F, of 0 elsewhere.
+  PlainBytes plain() const {
+    PlainBytes block;
+    for (std::size_t i = 0; i < SIZE; ++i)
+      block.fBytes[i] = static_cast<unsigned char>(fBytes[i] - 1u < 0x7F ? 0xFF : 0);
+    return block;
   }
   bool isAscii() const { return asciiRun() == SIZE; }
   /// True if a byte is from 0x80 to 0x9F.
@@ -155,10 +168,6 @@ class SSE2Units {
   std::size_t firstSet() const { return static_cast<std::size_t>(std::countr_zero(mask() | 0x10000u)) / 2; }
   std::size_t firstClear() const { return static_cast<std::size_t>(std::countr_one(mask())) / 2; }
 
-  static void narrow(SSE2Units low, SSE2Units high, unsigned char* out) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(low.fLanes, high.fLanes));
-  }
-
  private:
   SSE2Units(__m128i lanes) : fLanes(lanes) {}
   unsigned mask() const { return static_cast<unsigned>(_mm_movemask_epi8(fLanes)); }
@@ -173,6 +182,11 @@ class SSE2Bytes {
   static constexpr std::size_t SIZE = 16;
 
   static SSE2Bytes load(const unsigned char* s) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(s)); }
+  static SSE2Bytes narrow(const std::uint16_t* s) {
+    const auto* const from = reinterpret_cast<const __m128i*>(s);
+    return _mm_packus_epi16(_mm_loadu_si128(from), _mm_loadu_si128(from + 1));
+  }
+  void store(unsigned char* out) const { _mm_storeu_si128(reinterpret_cast<__m128i*>(out), fBytes); }
   void widen(std::uint16_t* out) const {
     const __m128i zero = _mm_setzero_si128();
     auto* const to = reinterpret_cast<__m128i*>(out);
@@ -180,6 +194,8 @@ class SSE2Bytes {
     _mm_storeu_si128(to + 1, _mm_unpackhi_epi8(fBytes, zero));
   }
   friend SSE2Bytes operator|(SSE2Bytes a, SSE2Bytes b) { return _mm_or_si128(a.fBytes, b.fBytes); }
+  friend SSE2Bytes operator&(SSE2Bytes a, SSE2Bytes b) { return _mm_and_si128(a.fBytes, b.fBytes); }
+  SSE2Bytes plain() const { return _mm_cmpgt_epi8(fBytes, _mm_setzero_si128()); }
   bool isAscii() const { return mask() == 0; }
   bool hasC1() const {
     const __m128i row = _mm_and_si128(fBytes, _mm_set1_epi8(static_cast<char>(0xE0)));
