@@ -178,6 +178,9 @@ TEST(FormatTest, BlocksAreExact) {
     EXPECT_TRUE(std::all_of(text.begin() + n, text.begin() + units, [](unsigned unit) { return unit == 0; }));
     std::fill_n(text.begin(), units - 1, '#');  // as a host may; the next text is clear behind it all the same
   }
+  text.build("x");
+  while (text.size() < 4102)
+    text += 'y';  // at the end of the block, where a watch over the heap sees each byte too many
   text.build("%4090d%s%c!", 1, wide(u"abcdef"), 'x');
   EXPECT_EQ(blockBytes(text), 2 * (4098u + 1));
   EXPECT_EQ(utf8(text).substr(4088), " 1abcdefx!");

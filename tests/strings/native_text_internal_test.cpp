@@ -63,6 +63,7 @@ TEST_F(NativeTextTest, AsciiAsksForNoLocale) {
   EXPECT_STREQ(NatString(String(u"plain\x7F")).begin(), "plain\x7F");
   EXPECT_EQ(read({"\0", 1}), Read(1, 0, 0));
   EXPECT_EQ(write(0x5C, 0), "");
+  EXPECT_EQ(write(0), std::string(1, '\0'));
   EXPECT_FALSE(gLocaleReady);
   EXPECT_EQ(write(0xE9), "\xC3\xA9");
   EXPECT_TRUE(gLocaleReady);

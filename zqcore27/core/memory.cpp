@@ -51,9 +51,9 @@ void MemAllocator::deallocate(void* p) { orlanDelete(p); }
 
 namespace {
 
-/// What is asked of the heap for a block of `size` bytes: all of the chunk that it takes for them, in steps of 16 bytes
-/// less its own word. That costs no memory, and a change of size inside the chunk needs no call. Where a sanitizer
-/// watches the bounds the request is exact.
+/// What is asked of the heap for a block of `size` bytes: all of the chunk that glibc's heap takes for them, in steps
+/// of 16 bytes less its own word. That costs no memory there, and a change of size inside the chunk needs no call, as
+/// long as every block of a MemResizable is asked for here. Where a sanitizer watches the bounds the request is exact.
 unsigned int chunk(unsigned int size) {
 #ifdef ZQCORE27_ADDRESS_SANITIZER
   return size;

@@ -1,18 +1,12 @@
 #include <cstdarg>
 #include <utility>
 
-#include "zqcore27/errors/mem_error.h"
 #include "zqcore27/strings/format_state.h"
 #include "zqcore27/strings/string.h"
 
 inline namespace zqcore27 {
 
 namespace {
-
-unsigned char* allocateBlock(std::uint32_t bytes) {
-  if (unsigned char* block = MemAllocator::allocate(bytes)) return block;
-  throw MemError(MemError::HEAP_EXHAUSTED, true);
-}
 
 /// In pieces for which the runtime takes vector stores, each from the start of a cache line: for 8 KiB at once it turns
 /// to an instruction that is half as fast, as the compiler does for a plain memset. This is the better part of what a
@@ -26,17 +20,18 @@ void clear(unsigned char* p, std::uint32_t n) {
 
 }  // namespace
 
-void String::format_state::copy_clear_behind(unsigned char* block, const String& built) {
-  const std::uint32_t used = 2 * built.fLength;
-  MemAllocator::copy(block, built.fData, used);
+void String::format_state::copy_clear_behind(unsigned char* block, const unsigned char* built, std::uint32_t length) {
+  const std::uint32_t used = 2 * length;
+  MemAllocator::copy(block, built, used);
   clear(block + used, BUILD_BYTES - used);
 }
 
 void String::format_state::leave_stack(String& built) {
-  unsigned char* const block = allocateBlock(BUILD_BYTES);
-  copy_clear_behind(block, built);
-  built.fData = block;
-  built.fSize = BUILD_BYTES;
+  MemResizable block(BUILD_BYTES);
+  const unsigned char* const stack = built.fData;
+  built.fSize = 0;  // the stack isn't its own
+  built.MemResizable::operator=(std::move(block));
+  copy_clear_behind(built.fData, stack, built.fLength);
 }
 
 void String::format_state::assign(String& target, String& built) {
@@ -45,12 +40,10 @@ void String::format_state::assign(String& target, String& built) {
     return;
   }
   if (target.fSize != BUILD_BYTES) {
-    unsigned char* const block = allocateBlock(BUILD_BYTES);
-    target.flush_data();
-    target.fData = block;
-    target.fSize = BUILD_BYTES;
+    MemResizable block(BUILD_BYTES);
+    target.MemResizable::operator=(std::move(block));
   }
-  copy_clear_behind(target.fData, built);
+  copy_clear_behind(target.fData, built.fData, built.fLength);
   target.fLength = built.fLength;
 }
 

@@ -1,6 +1,7 @@
 // What a build puts out: literal text, and the fields of the directives.
 
 #include <algorithm>
+#include <cassert>
 #include <iterator>
 #include <limits>
 
@@ -17,6 +18,7 @@ bool isAscii(char c) { return static_cast<signed char>(c) > 0; }
 }  // namespace
 
 std::uint16_t* String::format_state::append(String& text, std::uint32_t n) {
+  assert(text.fSize == START_BYTES || text.fSize >= BUILD_BYTES);
   if (n >= text.capacity() - text.fLength) {
     if (text.fSize == START_BYTES) leave_stack(text);
     text.make_room(text.fLength + n);

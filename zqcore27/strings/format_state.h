@@ -92,7 +92,7 @@ struct [[gnu::visibility("hidden")]] String::format_state {
   void put_prefix();
   void fill(char c, std::int64_t n);
   static void leave_stack(String & built);
-  static void copy_clear_behind(unsigned char* block, const String& built);
+  static void copy_clear_behind(unsigned char* block, const unsigned char* built, std::uint32_t length);
   void advance(std::int64_t n) { count = static_cast<std::int32_t>(static_cast<std::uint32_t>(count + n)); }
 };
 

@@ -19,16 +19,15 @@ unsigned char* emptyText() { return reinterpret_cast<unsigned char*>(const_cast<
 
 NatString::NatString(const std::uint16_t* s) {
   if (s != nullptr) {
-    const unsigned int n = string_size(s);
-    MemResizable::operator=(MemResizable(max_nat_size(n)));
-    copy_from_internal(s, n, String::NativeChar);
+    MemResizable::operator=(MemResizable(max_nat_size(string_size(s))));
+    copy_from_internal(s, String::NativeChar);
   } else {
     erase();
   }
 }
 
 NatString::NatString(const String& s) : MemResizable(max_nat_size(s.size())) {
-  copy_from_internal(s.begin(), static_cast<unsigned int>(findZero(s.begin(), s.size())), String::NativeChar);
+  copy_units(s.begin(), static_cast<unsigned int>(findZero(s.begin(), s.size())));
 }
 
 NatString::NatString(const NatString& other) : MemResizable(other), fLength(other.fLength) {
@@ -89,8 +88,12 @@ unsigned int NatString::string_size(const std::uint16_t* s) {
   return n;
 }
 
-unsigned int NatString::copy_from_internal(const std::uint16_t* s, unsigned int n, String::NativeType type) {
+unsigned int NatString::copy_from_internal(const std::uint16_t* s, String::NativeType type) {
   if (type != String::NativeChar && type != String::NativeWide) throw StringError(StringError::BAD_NATIVE_TYPE, true);
+  return copy_units(s, string_size(s));
+}
+
+unsigned int NatString::copy_units(const std::uint16_t* s, unsigned int n) {
   char* const end = writeNative(s, n, begin());
   *end = 0;
   const auto bytes = static_cast<unsigned int>(end - begin());

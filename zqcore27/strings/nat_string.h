@@ -44,7 +44,8 @@ class ZQCORE27_EXPORT NatString : public MemResizable {
   static unsigned int max_nat_size(unsigned int n);
   static unsigned int string_size(const std::uint16_t* s);
   /// Requires: none of the `n` units is zero, and the block has max_nat_size(n) bytes.
-  unsigned int copy_from_internal(const std::uint16_t* s, unsigned int n, String::NativeType type);
+  unsigned int copy_from_internal(const std::uint16_t* s, String::NativeType type);
+  unsigned int copy_units(const std::uint16_t* s, unsigned int n);
   void append_data(const unsigned char* s, unsigned int n);
 
   std::uint32_t fLength;  // bytes of text plus one

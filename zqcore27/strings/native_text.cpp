@@ -258,9 +258,8 @@ std::int32_t nat2uni(const char* in, std::uint16_t* out, std::int32_t room) {
 }
 
 std::int32_t uni2nat(std::uint16_t c, char* out, std::int32_t room) {
-  unsigned char character[CodePage::MAX_BYTES];
-  const std::int32_t length = static_cast<std::int32_t>(writeNative(&c, 1, reinterpret_cast<char*>(character)) -
-                                                        reinterpret_cast<char*>(character));
+  char character[CodePage::MAX_BYTES] = {static_cast<char>(c)};
+  const auto length = c < 0x80 ? 1 : static_cast<std::int32_t>(writeNative(&c, 1, character) - character);
   if (length > room) return 0;
   std::copy_n(character, length, out);
   return length;

@@ -160,9 +160,11 @@ unsigned int String::string_length(const std::uint16_t* s) const {
 
 unsigned int String::nat_string_length(const char* s) const { return s == nullptr ? 0 : checkedLength(std::strlen(s)); }
 
-void String::replace_block(std::uint32_t n) {
+void String::replace_block(std::uint32_t n, bool cleared) {
   if (n > MAX_LENGTH) throw MemError(MemError::TOO_LARGE, false);
-  MemResizable::operator=(MemResizable(dataSize(n + 1)));
+  MemResizable block(cleared ? 0 : dataSize(n + 1));
+  block.resize(dataSize(n + 1));  // what grows from nothing comes cleared
+  MemResizable::operator=(std::move(block));
   fLength = 0;
   data()[0] = 0;
 }
@@ -218,12 +220,12 @@ unsigned int String::copy_from_native(const char* s, unsigned int n, NativeType 
 
 unsigned int String::read_native(const char* s, unsigned int length, unsigned int n) {
   const bool fresh = n >= capacity();
-  if (fresh) replace_block(n);
+  if (fresh) replace_block(n, length != n);
   std::uint16_t* out = data();
   const std::uint32_t error = readNative(s, length, n, out);
   *out = 0;
   fLength = static_cast<std::uint32_t>(out - data());
-  if (fresh && fLength != n) MemAllocator::zero(out, dataSize(n + 1 - fLength));
+  if (fresh && fLength != length) MemAllocator::zero(out, dataSize(length + 1 - fLength));
   if (error != 0) throw StringError(error, false);
   return fLength;
 }
@@ -231,7 +233,11 @@ unsigned int String::read_native(const char* s, unsigned int length, unsigned in
 unsigned int String::copy_from_wide(const std::uint16_t* s, unsigned int n, NativeType type) {
   if (type != NativeChar && type != NativeWide) throw StringError(StringError::BAD_NATIVE_TYPE, true);
   s = make_room(n, s);
-  copy_data(s, s == nullptr ? 0 : static_cast<unsigned int>(findZero(s, n)));
+  unsigned int length = 0;
+  if (s != nullptr) {
+    while (length < n && s[length] != 0) ++length;  // nothing behind the zero may be read
+  }
+  copy_data(s, length);
   return fLength;
 }
 

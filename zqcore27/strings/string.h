@@ -242,7 +242,8 @@ class ZQCORE27_EXPORT String : public MemResizable {
   const std::uint16_t* make_room(std::uint32_t n, const std::uint16_t* source = nullptr);
 
   /// A new block of exactly `n` units and a terminator, for text that is written next; until then the text is empty.
-  void replace_block(std::uint32_t n);
+  /// A cleared block costs nothing where it isn't touched.
+  void replace_block(std::uint32_t n, bool cleared = false);
   void decode_utf8(const unsigned char* s, std::size_t n);
 
   unsigned int capacity() const { return fSize / 2; }
