@@ -60,6 +60,9 @@ TEST(CheckedCStrTest, TakesTextsOfEveryKind) {
   String out(u"own");
   buildChecked(words, out, 7, out, WideString(String(u"wide")), u"literal", nullptr, String(u"units").begin());
   EXPECT_EQ(utf8(out), "own wide literal  units");
+  const char16_t endless[] = {'a', 'b'};
+  EXPECT_THROW(buildChecked(words, out, 7, u"", u"", u"", u"", endless), CStrError);
+  EXPECT_EQ(utf8(out), "own wide literal  units");
   static_assert(!CatalogueText<const char*> && !CatalogueText<int> && !CatalogueText<NatString>);
 }
 

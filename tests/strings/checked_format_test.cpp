@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <random>
 #include <span>
 #include <string>
@@ -19,6 +20,13 @@ enum Plain { PLAIN };
 using Units = const std::uint16_t*;
 using Narrow = const char*;
 using Count = std::int32_t*;
+
+/// A derived class whose begin() isn't that of the text.
+template <class Text>
+struct Hiding : Text {
+  using Text::Text;
+  int begin() const { return 1; }
+};
 
 struct Row {
   int line;
@@ -104,6 +112,7 @@ TEST(CheckedFormatTest, TakesForBuildWhatTheEngineReads) {
       {__LINE__, building<int, Count>("%d%n"), NONE},
       {__LINE__, building<const std::int32_t*>("%n"), WRONG_ARGUMENT},
       {__LINE__, building<short*>("%hn"), WRONG_ARGUMENT},
+      {__LINE__, building<std::int32_t[1]>("%n"), WRONG_ARGUMENT},  // may be a constant
       {__LINE__, building<int>("%n"), WRONG_ARGUMENT},
   };
   expectWanted(ROWS);
@@ -136,7 +145,7 @@ TEST(CheckedFormatTest, TakesForScanWhatTheEngineStores) {
       {__LINE__, scanning<float, float, double, double>("%f%hg%lE%LG"), NONE},
       {__LINE__, scanning<double>("%f"), WRONG_ARGUMENT},
       {__LINE__, scanning<float>("%le"), WRONG_ARGUMENT},
-      {__LINE__, scanning<long double>("%Lf"), sizeof(long double) == 8 ? NONE : WRONG_ARGUMENT},
+      {__LINE__, scanning<long double>("%Lf"), WRONG_ARGUMENT},
       {__LINE__, scanning<int>("%*f%n"), NONE},
       {__LINE__, scanning<std::int16_t>("%hn"), WRONG_ARGUMENT},
       // Texts are bounded: s and sets write a terminator, c doesn't.
@@ -246,6 +255,9 @@ TEST(CheckedFormatTest, BuildsAsThePlainOperationDoes) {
 
   buildChecked(checked, RuntimeFormat("<%s>"), checked);
   EXPECT_EQ(utf8(checked), "<" + utf8(plain) + ">");
+
+  buildChecked(checked, "%s %s %Ns", Hiding<String>(u"a"), Hiding<WideString>(String(u"b")), Hiding<NatString>(wide));
+  EXPECT_EQ(utf8(checked), "a b " + utf8(wide));
 }
 
 TEST(CheckedFormatTest, ScansAsThePlainOperationDoes) {
@@ -289,8 +301,38 @@ TEST(CheckedFormatTest, RefusesAtRunTimeBeforeAnythingChanges) {
   EXPECT_EQ(refusal([&] { buildChecked(text, RuntimeFormat("%d%n"), 5, 6); }), "%d%n");
   EXPECT_EQ(refusal([&] { scanChecked(String("1 abcdef"), RuntimeFormat("%d %s"), number, word); }), "%d %s");
   EXPECT_EQ(refusal([&] { scanChecked(String("1 abcdef"), RuntimeFormat("%d %3s"), number, word); }), "none");
-  EXPECT_EQ(utf8(text), "as before");
   EXPECT_EQ(number, 1);
+
+  // A place, or the room of a count, in what is being read.
+  alignas(std::int32_t) char own[16] = "%8c%c";
+  char single = 0;
+  char(&room)[8] = reinterpret_cast<char(&)[8]>(own);
+  EXPECT_EQ(refusal([&] { scanChecked(String("%%%%%%%%%%"), RuntimeFormat(own), room, single); }), "%8c%c");
+  EXPECT_EQ(refusal([&] { scanChecked(String("%%%%%%%%%%"), RuntimeFormat(own), room, own[5]); }), "%8c%c");
+  EXPECT_EQ(refusal([&] { scanChecked(text, "%c%hx", single, text.begin()[9]); }), "%c%hx");
+  EXPECT_EQ(refusal([&] { buildChecked(text, RuntimeFormat(own + 3), 'c'); }), "none");
+  EXPECT_EQ(utf8(text), "c");
+  text = u"as before";
+  std::memcpy(own, "%n", 3);
+  EXPECT_EQ(refusal([&] { buildChecked(text, RuntimeFormat(own), reinterpret_cast<Count>(own)); }), "%n");
+
+  // A format that fitted once.
+  std::memcpy(own, "%3s", 4);
+  const ScanFormat<char[4]> kept = RuntimeFormat(own);
+  EXPECT_EQ(refusal([&] { scanChecked(String("abcdef"), kept, word); }), "none");
+  std::memcpy(own, "%15s", 5);
+  EXPECT_EQ(refusal([&] { scanChecked(String("abcdef"), kept, word); }), "%15s");
+
+  // Arrays that their text runs out of; what isn't read as a text with a zero needs none.
+  const char16_t units[2] = {'a', 'b'};
+  const char bytes[2] = {5, 'a'}, counted[2] = {1, 'a'};
+  EXPECT_EQ(refusal([&] { buildChecked(text, "%s", units); }), "%s");
+  EXPECT_EQ(refusal([&] { buildChecked(text, "%.1s", units); }), "%.1s");
+  EXPECT_EQ(refusal([&] { buildChecked(text, "%Ns", counted); }), "%Ns");
+  EXPECT_EQ(refusal([&] { buildChecked(text, "%P", bytes); }), "%P");
+  EXPECT_EQ(utf8(text), "as before");
+  EXPECT_EQ(refusal([&] { buildChecked(text, "%P%Ns", counted, "\5a"); }), "none");
+  EXPECT_EQ(utf8(text), "a\5a");
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -19,11 +20,11 @@ enum class FormatFault : std::uint8_t {
   BAD_DIRECTIVE,       ///< One that doesn't exist, or that the end of the format cuts off.
   TOO_FEW_ARGUMENTS,   ///< Fewer than the directives and their asterisks take.
   TOO_MANY_ARGUMENTS,  ///< More than the directives and their asterisks take.
-  WRONG_ARGUMENT,      ///< Of another kind or size than its directive takes.
+  WRONG_ARGUMENT,      ///< Of another kind or size than its directive takes, or an array that its text runs out of.
   NO_ROOM              ///< scan: a text without a width, or with one that its array has no room for.
 };
 
-/// The type of one argument, as far as a format can tell.
+/// One argument, as far as a format can tell.
 struct FormatArgument {
   /// NARROW_TEXT is a pointer to `char`, NATIVE_TEXT a NatString; CHARACTERS is where scan stores text.
   enum Kind : std::uint8_t {
@@ -40,7 +41,9 @@ struct FormatArgument {
   };
 
   Kind kind = OTHER;
-  std::size_t bytes = 0;  ///< Of a number, or of an array of characters.
+  std::size_t bytes = 0;   ///< Of a number, or of an array of characters.
+  bool terminated = true;  ///< Not an array without a zero.
+  bool counted = true;     ///< Not an array with fewer bytes than its first one counts.
 
   /// A number of at most `most` bytes, of either sign.
   constexpr bool integer(std::size_t most) const { return (kind == SIGNED || kind == UNSIGNED) && bytes <= most; }
@@ -61,9 +64,26 @@ struct FormatArgument {
     if constexpr (std::is_pointer_v<Value>) {
       if constexpr (std::same_as<Character, std::uint16_t> || std::same_as<Character, char16_t>) return {WIDE_TEXT, 0};
       if constexpr (std::same_as<Character, char>) return {NARROW_TEXT, 0};
-      if constexpr (std::same_as<Pointed, std::int32_t>) return {COUNT, 0};
+      // An array may be a constant one, which its deduced type doesn't show.
+      if constexpr (std::same_as<Pointed, std::int32_t> && !std::is_array_v<T>) return {COUNT, 0};
     }
     return number<Value>();
+  }
+
+  /// The same with a look at what an array holds; what a pointer points to has no end that could be told.
+  template <class T>
+  static constexpr FormatArgument value(const T& passed) {
+    FormatArgument argument = value<T>();
+    if constexpr (std::is_bounded_array_v<T>) {
+      constexpr Kind kind = value<T>().kind;
+      if constexpr (kind == WIDE_TEXT || kind == NARROW_TEXT) {
+        argument.terminated = std::ranges::find(passed, 0) != std::ranges::end(passed);
+      }
+      if constexpr (kind == NARROW_TEXT) {
+        argument.counted = static_cast<unsigned char>(passed[0]) < std::extent_v<T>;
+      }
+    }
+    return argument;
   }
 
   /// A place that scan stores to.
@@ -81,7 +101,8 @@ struct FormatArgument {
   static consteval FormatArgument number() {
     if constexpr (std::same_as<T, std::remove_cv_t<T>>) {
       if constexpr (std::integral<T>) return {std::signed_integral<T> ? SIGNED : UNSIGNED, sizeof(T)};
-      if constexpr (std::floating_point<T>) return {FLOATING, sizeof(T)};
+      // Other types of the kind aren't widened to double where they are passed.
+      if constexpr (std::same_as<T, float> || std::same_as<T, double>) return {FLOATING, sizeof(T)};
     }
     return {};
   }
@@ -140,7 +161,7 @@ class FormatCheck {
       case 's':
         return demand(is_text(next(), narrow));
       case 'P':
-        return demand(next().kind == FormatArgument::NARROW_TEXT);
+        return demand(is_counted(next()));
       case 'n':
         return demand(next().kind == FormatArgument::COUNT);
       case 'o':
@@ -191,10 +212,12 @@ class FormatCheck {
   static constexpr std::size_t UNBOUNDED = static_cast<std::size_t>(-1);
 
   static constexpr bool is_text(FormatArgument a, bool narrow) {
+    if (!a.terminated) return false;
     if (a.kind == FormatArgument::NULL_TEXT) return true;
     if (!narrow) return a.kind == FormatArgument::WIDE_TEXT;
     return a.kind == FormatArgument::NARROW_TEXT || a.kind == FormatArgument::NATIVE_TEXT;
   }
+  static constexpr bool is_counted(FormatArgument a) { return a.kind == FormatArgument::NARROW_TEXT && a.counted; }
   static constexpr bool is_real(FormatArgument a, std::size_t most) {
     return a.kind == FormatArgument::FLOATING && a.bytes <= most;
   }
