@@ -1,6 +1,7 @@
 " Vim syntax file
 " Language: configuration files of programs built on zqcore27, see zqcore27-config(5)
 " A file chooses it by a comment on its first or last line:   ! vim: set filetype=zqcore27:
+" (with 'modeline' set, which Debian's vim leaves off).
 " Separators are those that every program has at first. What else a program enables is shown as part of words.
 
 if exists('b:current_syntax')
