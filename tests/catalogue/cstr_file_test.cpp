@@ -202,6 +202,7 @@ TEST_F(CStrFileTest, APageTellsWhatItHolds) {
   EXPECT_EQ(page.page(), 1) << "a failed seek leaves the page";
   EXPECT_FALSE(page.load(file, 2));
   EXPECT_EQ(page.page(), 0xFEFE) << "a failed read doesn't";
+  for (const std::uint32_t n : {0u, 1u, 255u}) EXPECT_EQ(page.get(n), nullptr) << n;
   EXPECT_TRUE(page.load(file, 0));
   EXPECT_EQ(utf8(page.get(0)), "1");
 }

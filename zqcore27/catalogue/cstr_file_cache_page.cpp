@@ -17,6 +17,7 @@ bool CStrFileCachePage::load(File& f, std::uint32_t page) {
   static_assert((std::uint64_t{NO_PAGE} + HEADER_BLOCKS) * BYTES <= 0x7FFFFFFF, "any page can be sought");
   if (!f.seek((page + HEADER_BLOCKS) * BYTES, File::SEEK_FROM_START)) return false;
   fPage = NO_PAGE;
+  fTextEnd = 0;
   if (!load_data(f)) return false;
   fTextEnd = static_cast<std::uint16_t>(std::find(fData.rbegin(), fData.rend(), 0).base() - fData.begin());
   fPage = static_cast<std::uint16_t>(page);

@@ -27,8 +27,8 @@ class ZQCORE27_EXPORT CStrFileCachePage {
   /// Reads page `page` of `f`. False if that fails; the object then holds no page, or, where the seek failed already,
   /// what it held before.
   bool load(File& f, std::uint32_t page);
-  /// The text number `n` of the page, or null if the page has none or it has no end within the page. It belongs to
-  /// the object. Requires: a page is held.
+  /// The text number `n` of the page, or null if no page is held, or if it has no such text or one without an end
+  /// within the page. It belongs to the object.
   const std::uint16_t* get(std::uint32_t n) const;
   /// The number of the page held, or NO_PAGE.
   std::uint16_t page() const { return fPage; }
@@ -40,15 +40,17 @@ class ZQCORE27_EXPORT CStrFileCachePage {
   /// get, without a call.
   const std::uint16_t* find(std::uint32_t n) const {
     constexpr std::uint32_t LAST = UNITS - 1;
-    if (n == 0) return fTextEnd == 0 ? nullptr : fData.data();
+    if (fTextEnd == 0) return nullptr;
+    if (n == 0) return fData.data();
     if (n > LAST || LAST - n < fData[LAST]) return nullptr;
     const std::uint32_t start = fData[LAST - n] & 0xFF;
     return start < fTextEnd ? fData.data() + start : nullptr;
   }
 
   std::uint16_t fPage = NO_PAGE;
-  std::uint16_t fTextEnd = 0;                // behind the last zero unit: a text that begins before it ends in the page
   std::array<std::uint16_t, UNITS> fData{};  // as read
+  std::uint16_t fTextEnd =
+      0;  // behind the last zero unit: a text that begins before it ends in the page; 0 without a page
 };
 
 }  // namespace zqcore27
