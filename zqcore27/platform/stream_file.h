@@ -1,10 +1,12 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 
+#include "zqcore27/platform/critical_section.h"
 #include "zqcore27/platform/descriptor_file.h"
 
 inline namespace zqcore27 {
@@ -12,7 +14,10 @@ namespace platform {
 
 /// A buffered file. Reads and writes may follow each other in any order. Interruptions by a signal don't show.
 /// Bytes that were accepted and could not be stored afterwards are lost for good: from then on flush and the closing
-/// report failure. Threads: one at a time.
+/// report failure.
+/// Bytes that are buffered still when the library's exit step comes are stored by it, and from then on every write is
+/// stored at once. A forked child stores at its exit only what it has written itself.
+/// Threads: one at a time; the exit step on any.
 class Stream {
  public:
   /// Opens as openFile does. Returns null on failure; the caller closes what it gets.
@@ -66,7 +71,21 @@ class Stream {
   bool start_writing();
   std::size_t receive(unsigned char* to, std::size_t n);
   bool store(const unsigned char* from, std::size_t n);
+  bool store_held();
   bool store_buffer();
+  void enlist();
+  void delist();
+  void leave_to_parent();
+
+  /// Stores what all streams hold when the library's static objects go.
+  struct ExitStep {
+    ExitStep();
+    ~ExitStep();
+  };
+  static const ExitStep sExitStep;
+  static constinit CriticalSection sListLock;  // of sWriting and every fNextWriting; taken before an fLock
+  static constinit Stream* sWriting;           // those open for writing
+  static constinit std::atomic<bool> sEnding;  // the exit step has come
 
   int fDescriptor = -1;
   OpenFlags fFlags;
@@ -74,9 +93,13 @@ class Stream {
   Direction fDirection = Direction::NONE;  // what fBuffer holds
   bool fEnded = false;                     // a read came up short since the last seek
   bool fAtEnd = false;                     // it was the end of the file; further reads don't ask again
-  bool fLost = false;                      // accepted bytes could not be stored
   std::size_t fNext = 0;                   // reading: the first byte that isn't taken yet
-  std::size_t fEnd = 0;                    // behind the last byte that was read, or accepted and not stored yet
+  std::size_t fEnd = 0;                    // reading: behind the last byte that was read
+  Stream* fNextWriting = nullptr;
+  CriticalSection fLock;  // of the three below and of the bytes held; readers of a file that isn't written need none
+  std::size_t fHeld = 0;  // bytes accepted and not stored yet, from the start of fBuffer
+  std::size_t fInherited = 0;  // of these, the bytes that the parent of a forked child has, too
+  bool fLost = false;          // accepted bytes could not be stored
   std::array<unsigned char, BUFFER> fBuffer;
 };
 

@@ -1,13 +1,62 @@
 #include "zqcore27/platform/stream_file.h"
 
+#include <pthread.h>
+
 #include <algorithm>
 #include <cassert>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <new>
+#include <utility>
 
 inline namespace zqcore27 {
 namespace platform {
+
+using Lock = std::lock_guard<CriticalSection>;
+
+constinit CriticalSection Stream::sListLock;
+constinit Stream* Stream::sWriting = nullptr;
+constinit std::atomic<bool> Stream::sEnding{false};
+const Stream::ExitStep Stream::sExitStep;
+
+/// The list is whole in a forked child, and free.
+Stream::ExitStep::ExitStep() {
+  pthread_atfork([] { sListLock.lock(); }, [] { sListLock.unlock(); },
+                 [] {
+                   for (Stream* each = sWriting; each != nullptr; each = each->fNextWriting) each->leave_to_parent();
+                   sListLock.unlock();
+                 });
+}
+
+Stream::ExitStep::~ExitStep() {
+  const Lock list(sListLock);
+  sEnding.store(true, std::memory_order_relaxed);
+  for (Stream* each = sWriting; each != nullptr; each = each->fNextWriting) {
+    const Lock lock(each->fLock);
+    const std::size_t from = each->fInherited, n = each->fHeld - from;
+    each->fInherited = each->fHeld = 0;
+    if (n != 0) each->store(each->fBuffer.data() + from, n);
+  }
+}
+
+/// In a forked child: a thread that held the lock isn't there.
+void Stream::leave_to_parent() {
+  if (!fLock.isMine()) std::construct_at(&fLock);
+  fInherited = fHeld;
+}
+
+void Stream::enlist() {
+  const Lock list(sListLock);
+  fNextWriting = std::exchange(sWriting, this);
+}
+
+void Stream::delist() {
+  const Lock list(sListLock);
+  Stream** at = &sWriting;
+  while (*at != this) at = &(*at)->fNextWriting;
+  *at = fNextWriting;
+}
 
 // The C runtime's own streams give up, and drop what they hold, when a signal interrupts them, and they can't be looked
 // into.
@@ -17,6 +66,7 @@ Stream* Stream::open(const char* path, OpenFlags flags) try {
   stream->fDescriptor = openFile(path, flags);
   if (stream->fDescriptor < 0) return nullptr;
   stream->fSeekable = seekFile(stream->fDescriptor, 0, SEEK_ORIGIN_CURRENT) >= 0;
+  if (flags.write) stream->enlist();
   return stream.release();
 } catch (const std::bad_alloc&) {
   return nullptr;
@@ -24,6 +74,7 @@ Stream* Stream::open(const char* path, OpenFlags flags) try {
 
 bool Stream::close(Stream* stream) {
   const bool flushed = stream->flush();
+  if (stream->fFlags.write) stream->delist();
   const bool closed = closeFile(stream->fDescriptor);
   delete stream;
   return flushed && closed;
@@ -65,12 +116,17 @@ bool Stream::store(const unsigned char* from, std::size_t n) {
   return false;
 }
 
-/// What can't be stored is dropped.
+/// What can't be stored is dropped. Requires: fLock is held.
+bool Stream::store_held() {
+  fInherited = 0;
+  const std::size_t n = std::exchange(fHeld, 0);
+  return n == 0 || store(fBuffer.data(), n);
+}
+
 bool Stream::store_buffer() {
-  if (fDirection != Direction::WRITING || fEnd == 0) return true;
-  const std::size_t n = fEnd;
-  fEnd = 0;
-  return store(fBuffer.data(), n);
+  if (!fFlags.write) return true;
+  const Lock lock(fLock);
+  return store_held();
 }
 
 std::span<const unsigned char> Stream::refilled() {
@@ -107,12 +163,13 @@ bool Stream::read(void* to, std::size_t n) {
 bool Stream::write(const void* from, std::size_t n) {
   if (n == 0) return true;  // `from` may be null then
   if (!start_writing()) return false;
-  if (n > BUFFER - fEnd && !store_buffer()) return false;
+  const Lock lock(fLock);
+  if (n > BUFFER - fHeld && !store_held()) return false;
   const auto* const bytes = static_cast<const unsigned char*>(from);
   if (n >= BUFFER) return store(bytes, n);
-  std::memcpy(fBuffer.data() + fEnd, bytes, n);
-  fEnd += n;
-  return true;
+  std::memcpy(fBuffer.data() + fHeld, bytes, n);
+  fHeld += n;
+  return !sEnding.load(std::memory_order_relaxed) || store_held();
 }
 
 bool Stream::put(unsigned char byte) { return write(&byte, 1); }
@@ -140,7 +197,11 @@ std::int64_t Stream::tell() {
   return position < 0 ? -1 : position - static_cast<std::int64_t>(fEnd - fNext);
 }
 
-bool Stream::flush() { return store_buffer() && !fLost; }
+bool Stream::flush() {
+  if (!fFlags.write) return true;
+  const Lock lock(fLock);
+  return store_held() && !fLost;
+}
 
 }  // namespace platform
 }  // namespace zqcore27

@@ -1,0 +1,85 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/temp_dir.h"
+#include "zqcore27/files/file.h"
+
+namespace {
+
+/// What is open when a forked child exits. The files are never destroyed, as those of a host that forgets them.
+class FileAtExitTest : public testing::Test {
+ protected:
+  File* open(const std::string& name, File::Mode mode) {
+    static std::vector<std::unique_ptr<File>>* const all = new std::vector<std::unique_ptr<File>>;
+    all->push_back(std::make_unique<File>());
+    const bool opened = all->back()->open(FileLocator(String((dir / name).c_str())), mode | File::MODE_BINARY);
+    return opened ? all->back().get() : nullptr;
+  }
+  TempDir dir;
+};
+
+TEST_F(FileAtExitTest, WhatWasAcceptedIsStored) {
+  dir.write("update", "0123456789");
+  dir.write("closed", "abc");
+  const auto child = [&] {
+    File* const update = open("update", File::MODE_UPDATE);
+    File* const closed = open("closed", File::MODE_APPEND);
+    File* const made = open("made", File::MODE_WRITE);
+    char two[2];
+    const bool done = update->read(two, 2) && update->write("xy", 2) && closed->write("d", 1) && closed->close() &&
+                      made->write("hello", 5);
+    std::exit(done ? 0 : 1);
+  };
+  EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
+  EXPECT_EQ(dir.read("update"), "01xy456789");
+  EXPECT_EQ(dir.read("closed"), "abcd");
+  EXPECT_EQ(dir.read("made"), "hello");
+}
+
+// What is accepted while the process ends, behind the library's exit step, has to come whole and in order, too.
+TEST_F(FileAtExitTest, AThreadMayGoOnWriting) {
+  const auto child = [&] {
+    File* const file = open("numbers", File::MODE_WRITE);
+    static std::atomic<std::uint32_t> written{0};
+    std::thread([file] {
+      for (std::uint32_t n = 0; file->write(&n, sizeof n); ++n) written = n + 1, written.notify_one();
+    }).detach();
+    for (std::uint32_t n = written; n < 10000; n = written) written.wait(n);
+    const std::uint32_t promised = written;
+    File* const note = open("promised", File::MODE_WRITE);
+    std::exit(note->write(&promised, sizeof promised) ? 0 : 1);
+  };
+  EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
+  const std::string bytes = dir.read("numbers"), note = dir.read("promised");
+  std::uint32_t promised = 0;
+  ASSERT_EQ(note.size(), sizeof promised);
+  std::memcpy(&promised, note.data(), sizeof promised);
+  ASSERT_GE(bytes.size() / sizeof promised, promised);
+  for (std::uint32_t n = 0; n < bytes.size() / sizeof n; ++n) {
+    std::uint32_t found;
+    std::memcpy(&found, bytes.data() + n * sizeof n, sizeof n);
+    ASSERT_EQ(found, n);
+  }
+}
+
+TEST_F(FileAtExitTest, AForkedChildLeavesItsParentsBytes) {
+  File* const file = open("shared", File::MODE_WRITE);
+  ASSERT_NE(file, nullptr);
+  ASSERT_TRUE(file->write("parent ", 7));
+  EXPECT_EXIT(std::exit(0), testing::ExitedWithCode(0), "");
+  EXPECT_EQ(dir.read("shared"), "");
+  EXPECT_EXIT(std::exit(file->write("child ", 6) ? 0 : 1), testing::ExitedWithCode(0), "");
+  EXPECT_EQ(dir.read("shared"), "child ");
+  EXPECT_TRUE(file->close());
+  EXPECT_EQ(dir.read("shared"), "child parent ");
+}
+
+}  // namespace
