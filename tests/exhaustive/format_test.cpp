@@ -59,7 +59,8 @@ std::string integer(const Directive& d, std::uint32_t value) {
     digits += colon && digits.size() == 8 ? std::string(":") + digit : std::string(1, digit);
   };
   if (value == 0 && d.precision != 0) add('0');
-  for (; value != 0; value /= radix) add((upper ? "0123456789ABCDEF" : "0123456789abcdef")[value % radix]);
+  const char* const figures = upper ? "0123456789ABCDEF" : "0123456789abcdef";
+  for (; value != 0; value /= radix) add(figures[value % radix]);
   while (digits.size() < least) digits += colon && digits.size() == 8 ? ':' : '0';
   std::ranges::reverse(digits);
   return field(d, c == 'p' || (d.has('0') && !d.precision), prefix, digits);
