@@ -19,7 +19,7 @@ const std::uint16_t* CStrEnterprise::get(std::uint32_t handle) {
   {
     const CoreHold hold;  // costs less than a use, and reading a page is a short step
     EntCStrFile* const known = hold.core() == nullptr ? nullptr : knownCatalogue(*hold.core(), code, fLocale);
-    if (known != nullptr) return known->EntCStrFile::get(handle);
+    if (known != nullptr) return known->get(handle);
   }
   const CoreUse use;
   CStr* catalogue = use.core() == nullptr ? nullptr : use.core()->getCStr(code, fModule, fLocale);

@@ -74,14 +74,14 @@ class ZQCORE27_EXPORT CStrFile : public CStr {
   bool fInitialised = false;
   File fFile;                                            // its position is guarded by fPagesLock
   std::unique_ptr<unsigned char, BlockDeleter> fHeader;  // 2048 bytes, not changed after construction
+  std::vector<std::unique_ptr<CStrFileCachePage>> fPages
+      ZQCORE27_GUARDED_BY(fPagesLock);  // failed loads stay as dead entries
+  OrlanMutex fPagesLock;
   // Where the search for a handle begins and ends: the pages of the handles n << fGuideShift above the first.
   std::array<std::uint16_t, GUIDE_STEPS + 1> fGuide{};
   int fGuideShift = 0;
-  std::vector<std::unique_ptr<CStrFileCachePage>> fPages
-      ZQCORE27_GUARDED_BY(fPagesLock);  // failed loads stay as dead entries
   // By number, the pages of fPages that are there for good: set under fPagesLock, read without it.
   std::unique_ptr<std::atomic<const CStrFileCachePage*>[]> fLoaded;
-  OrlanMutex fPagesLock;
 };
 
 }  // namespace zqcore27

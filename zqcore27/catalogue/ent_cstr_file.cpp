@@ -64,7 +64,7 @@ EntCStrFile::~EntCStrFile() = default;
 bool EntCStrFile::isLocale(const String& l) const { return fFileLocale == l || fLocale == l; }
 
 const std::uint16_t* EntCStrFile::get(std::uint32_t handle) {
-  return fFile == nullptr ? nullptr : fFile->CStrFile::get(handle);
+  return fFile == nullptr ? nullptr : fFile->get(handle);
 }
 
 }  // namespace zqcore27

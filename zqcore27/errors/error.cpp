@@ -23,6 +23,17 @@ constexpr auto NO_WORDS_UNITS = [] {
   return units;
 }();
 
+/// False if there is no memory for it.
+template <class Unit>
+bool appended(String& text, const Unit* more) {
+  try {
+    text += more;
+    return true;
+  } catch (const MemError&) {
+    return false;
+  }
+}
+
 }  // namespace
 
 const std::uint16_t* withoutWords(String& description) noexcept {
@@ -95,42 +106,38 @@ void Error::get(String& out, CStr* cstr) const {
 const std::uint16_t* Error::description(CStr* cstr) const {
   if (fDescription.size() != 0) return fDescription.begin();
   const CoreUse texts;  // stay good while they are in hand
-  try {
-    if (fCode != 0 && cstr != nullptr) {
-      describe_from_catalogue(cstr);
-    } else {
-      fDescription = fCode == 0 ? "No Error code" : "Could not obtain text from Error code";
-      append_inserts(cstr);
-    }
-    return fDescription.begin();
-  } catch (const MemError&) {
-  } catch (const std::bad_alloc&) {
-  }
-  return withoutWords(fDescription);
+  const bool worded = fCode != 0 && cstr != nullptr ? describe_from_catalogue(cstr) : list_inserts(cstr);
+  return worded ? fDescription.begin() : withoutWords(fDescription);
 }
 
-void Error::describe_from_catalogue(CStr* cstr) const {
+bool Error::describe_from_catalogue(CStr* cstr) const {
   try {
     const std::size_t n = fInserts.size();
     if (n == 0 || n > MAX_BUILT_INSERTS) {
       fDescription = cstr->get(fCode);
-      return;
+      return true;
     }
     // Always ten values, so that a text with a mark above the inserts finds a null and not what wasn't passed.
     const std::uint16_t* t[MAX_BUILT_INSERTS] = {};
     for (std::size_t i = 0; i < n; ++i) t[i] = fInserts[i]->get(cstr);
     cstr->build(fDescription, fCode, t[0], t[1], t[2], t[3], t[4], t[5], t[6], t[7], t[8], t[9]);
+    return true;
   } catch (...) {
-    fDescription = NO_WORDS;
+    fDescription.terminate(0u);
+    return appended(fDescription, NO_WORDS);
   }
 }
 
-void Error::append_inserts(CStr* cstr) const {
-  fDescription += fInserts.empty() ? "." : ", replacement strings:";
-  for (ErrorInsert* insert : fInserts) {
-    fDescription += insert->get(cstr);
-    fDescription += ", ";
+bool Error::list_inserts(CStr* cstr) const {
+  if (!appended(fDescription, fCode == 0 ? "No Error code" : "Could not obtain text from Error code") ||
+      !appended(fDescription, fInserts.empty() ? "." : ", replacement strings:")) {
+    return false;
   }
+  for (ErrorInsert* insert : fInserts) {
+    const std::uint16_t* const words = insert->get(cstr);  // what it raises is the caller's
+    if (!appended(fDescription, words) || !appended(fDescription, ", ")) return false;
+  }
+  return true;
 }
 
 }  // namespace zqcore27

@@ -64,8 +64,8 @@ class ZQCORE27_EXPORT Error : public FromLibraryHeap {
  private:
   void append_insert(ErrorInsert* insert);
   void delete_inserts();
-  void describe_from_catalogue(CStr* cstr) const;
-  void append_inserts(CStr* cstr) const;
+  bool describe_from_catalogue(CStr* cstr) const;  // these return false if there is no memory for the words
+  bool list_inserts(CStr* cstr) const;
 
   std::uint32_t fCode;
   std::vector<ErrorInsert*> fInserts;  // owned
