@@ -63,8 +63,6 @@ EntCStrFile::~EntCStrFile() = default;
 
 bool EntCStrFile::isLocale(const String& l) const { return fFileLocale == l || fLocale == l; }
 
-const std::uint16_t* EntCStrFile::get(std::uint32_t handle) {
-  return fFile == nullptr ? nullptr : fFile->get(handle);
-}
+const std::uint16_t* EntCStrFile::get(std::uint32_t handle) { return fFile == nullptr ? nullptr : fFile->get(handle); }
 
 }  // namespace zqcore27
