@@ -1,4 +1,4 @@
-// Configuration text from a file, plain and scrambled, in UTF-8 and in native text.
+// Configuration text from a file, plain and scrambled, in UTF-8 and in native text, and from a String of the same.
 
 #include <algorithm>
 #include <filesystem>
@@ -40,13 +40,28 @@ struct Way {
   std::string_view steps;
 };
 
-std::string read(const std::string& text, const Way& way) {
+std::string read(const std::string& text, const Way& way, bool places = false) {
   static const TempDir directory;
   Config config{FileLocator(String::fromUTF8(directory.write("fuzz.conf", text)))};
   config.enableSeparators(way.mask);
   if (way.decrypts) config.enableDecryption(0, way.marked);
   config.setUTF8(way.utf8);
-  return fuzz::Reader(config, way.steps).read(text.size(), false);
+  return fuzz::Reader(config, way.steps).read(text.size(), places);
+}
+
+/// A String of UTF-8 reads as the file does, but for what means something in front of a file or ends one early.
+void compareWithString(const std::string& text, const Way& way) {
+  if (text.empty() || text[0] == '#' || text[0] == '\xEF' || text.find_first_of({"\0\1", 2}) != text.npos) return;
+  String units;
+  try {
+    units = String::fromUTF8(text);
+  } catch (const StringError&) {
+    return;
+  }
+  Config config(static_cast<const String&>(units));
+  config.enableSeparators(way.mask);
+  fuzz::require(read(text, way, true) == fuzz::Reader(config, way.steps).read(text.size(), true),
+                "a file reads as a String of its text");
 }
 
 /// Each file is read by a thread of its own, and the registry keeps an entry of each id, which it searches one by one:
@@ -72,6 +87,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Way way{fuzz::separators(in), in.below(2) != 0, in.below(3) == 0, in.below(2) != 0, {}};
   way.steps = in.upTo('~');
   std::string text = fuzz::expanded(in.rest());
+  if (way.utf8 && !way.decrypts) compareWithString(text, way);
   if (!way.steps.empty() || text.empty() || text[0] == '#' || text.size() > 2000 ||
       !std::ranges::all_of(text, [](char c) { return c > 1; })) {
     try {

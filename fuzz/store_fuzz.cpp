@@ -12,6 +12,29 @@ using fuzz::require;
 
 constexpr std::int32_t FULL = 80;  // blocks, above which the store is only emptied
 
+/// Remembers handles as a host would, and forgets or renumbers them only as the events say: a handle that is left must
+/// be right.
+struct HandleCache : CallableClass<SupaBlockEvent> {
+  bool call(const SupaBlockEvent& event) override {
+    const auto at = std::min(static_cast<std::size_t>(event.fIndex), handles.size());
+    if (event.fKind == SupaBlockEvent::SB_EVENT_IMPACT) {
+      const std::size_t end = std::min(handles.size(), static_cast<std::size_t>(event.fLastIndex) + 1);
+      for (std::size_t i = at; i < end; ++i) handles[i] = nullptr;
+    } else if (event.fKind == SupaBlockEvent::SB_EVENT_INSERT) {
+      handles.insert(handles.begin() + static_cast<std::ptrdiff_t>(at), nullptr);
+    } else if (at < handles.size()) {
+      handles.erase(handles.begin() + static_cast<std::ptrdiff_t>(at));
+    }
+    return true;
+  }
+  void remember(std::int32_t idx, const unsigned char* handle) {
+    const auto at = static_cast<std::size_t>(idx);
+    handles.resize(std::max(handles.size(), at + 1));
+    handles[at] = handle;
+  }
+  std::vector<const unsigned char*> handles;  // by index; null where none is known
+};
+
 /// Small bodies, which divide all the time, and now and then a bound without a bound.
 SupaBlockHints hints(fuzz::Input& in) {
   const std::uint32_t body = in.byte(), average = in.byte() % 64, min = in.byte() % 64, max = in.byte() % 64;
@@ -24,7 +47,6 @@ class Run {
     fStore.registerCallback(&fCache, 1);
   }
   void step() {
-    fCache.events.clear();
     const std::uint32_t kind = fIn.below(10);
     const std::int32_t idx = index();
     if (kind < 6 && size() <= FULL) {
@@ -54,14 +76,15 @@ class Run {
   std::int32_t index() {
     const std::uint8_t b = fIn.byte();
     if (b < 0xE0) return b % (size() + 1);
-    return b < 0xFE ? size() + (b - 0xE0) % 20 * 2 : b == 0xFE ? -1 : 0x7FFFFFFF;
+    constexpr std::int32_t ENDS[] = {INT32_MIN, -2, -1, INT32_MAX};
+    return b < 0xFC ? size() + (b - 0xE0) % 20 * 2 : ENDS[b - 0xFC];
   }
 
   void write(bool inserts, std::int32_t idx) {
     const std::uint32_t length = fIn.byte() * (fIn.below(8) == 0 ? 9U : 1U) / 4;
     std::string bytes(length, static_cast<char>(fNext++ % 255 + 1));
     const unsigned char* data = bytesOf(bytes);
-    if (const std::int32_t own = index(); own < idx && own >= 0 && own < size() && length % 4 == 3) {  // from the store
+    if (const std::int32_t own = index(); own >= 0 && own < size() && length % 4 == 3) {  // from the store
       SupaBlockDatum d;
       require(fStore.get(own, &d), "a block is found");
       bytes.assign(reinterpret_cast<const char*>(d.fData), d.fData == nullptr ? 0 : d.fSize);
@@ -106,7 +129,8 @@ class Run {
     for (Walker& w : fWalkers) {
       std::int32_t at = -77;
       const bool more = w.index >= -1 && w.index < size() - 1;
-      require((w.it->nextBlock(&at) != nullptr) == more, "an iterator ends with the store");
+      const unsigned char* const block = w.it->nextBlock(&at);
+      require(block == (more ? fStore.getBlock(w.index + 1) : nullptr), "an iterator gives each block");
       require(at == (more ? ++w.index : -77), "an iterator steps by one");
     }
   }

@@ -1,5 +1,5 @@
-// A stream of operations on a tree, beside plain lists of words that are repaired by the letter. Half of the inputs
-// keep to the order of the nodes, the other half writes any words.
+// A stream of operations on a tree, beside plain lists of words that are repaired by the letter, and iterators beside
+// plain paths. Half of the inputs keep to the order of the nodes, the other half writes any words.
 
 #include <algorithm>
 #include <memory>
@@ -34,15 +34,21 @@ class Run {
     } else if (kind == 7) {
       change_hints(idx);
     } else if (kind == 8) {
-      if (fWalkers.size() > 3) fWalkers.erase(fWalkers.begin());
-      fWalkers.push_back(std::make_unique<SBTreeIterator>(&fTree));
+      add_walker(idx % 2 != 0);
     } else {
-      for (const auto& walker : fWalkers) move(*walker);
+      for (Walker& walker : fWalkers) move(walker, idx);
     }
     check();
   }
 
  private:
+  struct Walker {
+    std::unique_ptr<SBTreeIterator> it;
+    Words path;
+    bool
+        exact;  // the path is known: that of an iterator in any words isn't, nor behind a node that lists a child twice
+  };
+
   std::uint32_t size() const { return fPlain.size(); }
   std::uint32_t index() {
     const std::uint8_t b = fIn.byte();
@@ -73,8 +79,12 @@ class Run {
       extend_to(idx + 1);
     } else if (inserts) {
       fPlain.insert(idx);
+      for (Walker& w : fWalkers) {
+        for (std::uint32_t& i : w.path) i += i >= idx ? 1 : 0;
+      }
     }
     fPlain.nodes[idx] = runs;
+    if (!inserts) forget([idx](const Words& path) { return std::ranges::find(path, idx) != path.end(); });
   }
   void extend_to(std::uint32_t count) {
     if (count == size()) return;
@@ -85,6 +95,17 @@ class Run {
     fTree.deleteNode(idx);
     if (idx >= size()) return;
     fPlain.erase(idx);
+    forget([idx](const Words& path) {
+      return !path.empty() && std::find(path.begin(), path.end() - 1, idx) != path.end() - 1;
+    });
+    for (Walker& w : fWalkers) {
+      for (std::uint32_t& i : w.path) i -= i > idx ? 1 : 0;
+    }
+  }
+  /// Of a node that was rewritten or went, how many runs are passed can't be told from the path.
+  template <class Test>
+  void forget(Test test) {
+    for (Walker& w : fWalkers) w.exact = w.exact && !test(w.path);
   }
 
   void change_hints(std::uint32_t idx) {
@@ -92,11 +113,26 @@ class Run {
     for (std::uint32_t i = 0; i < size(); ++i) {
       if ((i * 7 + idx) % 5 == 0) bits.set(i);
     }
-    if (fPlain.root < 0x1000) fIn.below(2) == 0 ? fTree.terminatorHints(bits) : fTree.cloneHints(bits);
-    fHinted = true;
+    if (fPlain.root >= 0x1000) return;
+    if (fIn.below(2) != 0) return fTree.cloneHints(bits);
+    fTree.terminatorHints(bits);
+    fPlain.terminators = bits;
+    fPlain.terminators.clear(fPlain.root);
   }
 
-  void move(SBTreeIterator& it) {
+  void add_walker(bool copies) {
+    if (fWalkers.size() > 3) fWalkers.erase(fWalkers.begin());
+    fWalkers.push_back({std::make_unique<SBTreeIterator>(&fTree), {}, !fAnyWords});
+    Walker& first = fWalkers.front();
+    if (!copies || !first.it->testIter(false)) return;
+    *fWalkers.back().it = *first.it;
+    require(*fWalkers.back().it == *first.it, "an iterator takes a place over");
+    fWalkers.back().path = first.path;
+    fWalkers.back().exact = first.exact;
+  }
+
+  void move(Walker& w, std::uint32_t idx) {
+    SBTreeIterator& it = *w.it;
     const std::uint32_t kind = fIn.below(8);
     const Words before = Inspector::path(it);
     if (before.size() > 60) return it.invalidate();  // moves to a child follow circles
@@ -121,6 +157,15 @@ class Run {
     require(kind < 3 || kept == 0 ||
                 std::equal(path.begin(), path.begin() + static_cast<std::ptrdiff_t>(kept) - 1, before.begin()),
             "a step to a neighbour keeps the path above");
+    require(it.isADescendant(static_cast<std::int32_t>(idx)) == (std::ranges::find(path, idx) != path.end()),
+            "a node is below those of the path");
+    w.exact = w.exact && fPlain.lists_once(w.path);
+    if (!w.exact) return;
+    const std::uint32_t expected = kind < 3   ? fPlain.walk(w.path, kind == 2)
+                                   : kind < 5 ? fPlain.down(w.path, kind == 3)
+                                   : kind < 7 ? fPlain.across(w.path, kind == 5 ? 1 : -1)
+                                              : fPlain.up(w.path);
+    require(reached == expected, "a step leads where a plain path leads");
   }
 
   /// A walk from the root, against a recursion; both stop after some nodes, since paths multiply.
@@ -131,13 +176,12 @@ class Run {
     require(left == 0 || it->nextDFNode(false) == NONE, "a walk ends behind the last node");
   }
   void walk_below(TreeIterator& it, std::uint32_t node, std::size_t& left) {
-    for (std::size_t w = 0; w < fPlain.nodes[node].size(); w += 2) {
-      for (std::uint32_t child = fPlain.nodes[node][w]; child <= fPlain.nodes[node][w + 1]; ++child) {
-        if (left == 0) return;
-        --left;
-        require(it.nextDFNode(false) == child, "a walk goes depth first");
-        walk_below(it, child, left);
-      }
+    if (fPlain.terminators.state(node)) return;
+    for (const std::uint32_t child : fPlain.children(node)) {
+      if (left == 0) return;
+      --left;
+      require(it.nextDFNode(false) == child, "a walk goes depth first");
+      walk_below(it, child, left);
     }
   }
 
@@ -163,17 +207,19 @@ class Run {
                          reinterpret_cast<const std::uint32_t*>(handles[i] + 4)),
               "runs are repaired");
     }
-    for (const auto& walker : fWalkers) require(Inspector::knowsRight(*walker, handles), "a frame's handle is right");
-    if (!fAnyWords && !fHinted && size() != 0 && fPlain.root + 1 == size()) check_walk();
+    for (const Walker& w : fWalkers) {
+      require(Inspector::knowsRight(*w.it, handles), "a frame's handle is right");
+      require(!w.exact || Inspector::path(*w.it) == w.path, "an iterator keeps its path");
+    }
+    if (!fAnyWords && size() != 0 && fPlain.root + 1 == size()) check_walk();
     if (fAnyWords) check_circles();
   }
 
   fuzz::Input& fIn;
   SBTree fTree;
   bool fAnyWords;
-  bool fHinted = false;
   fuzz::PlainTree fPlain;
-  std::vector<std::unique_ptr<SBTreeIterator>> fWalkers;
+  std::vector<Walker> fWalkers;
 };
 
 }  // namespace

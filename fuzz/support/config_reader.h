@@ -55,7 +55,11 @@ class Reader {
       }
       require(fConfig.charactersProcessed() >= before, "reading goes on");
       require(fConfig.line() >= 1 || !places, "lines count from 1");
-      if (places) fOut += "@" + std::to_string(fConfig.line()) + ":" + std::to_string(fConfig.column());
+      if (!places) continue;
+      for (const std::uint32_t n : {fConfig.line(), fConfig.column(), fConfig.tokenLine(), fConfig.tokenColumn(),
+                                    fConfig.charactersProcessed()}) {
+        fOut += "@" + std::to_string(n);
+      }
     }
     return fOut;
   }

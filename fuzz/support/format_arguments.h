@@ -17,6 +17,9 @@ struct Argument {
   const void* place = nullptr;
 };
 
+/// Of a width: neither soon done nor refused at once.
+inline bool takesLong(std::int64_t n) { return std::abs(n) > 8192 && std::abs(n) < 0x7FFFFFF0; }
+
 /// What a format asks for, up to its first bad directive. A directive that asks for too much ends the format.
 inline std::vector<Argument> argumentsOf(std::vector<char>& format) {
   std::vector<Argument> all;
@@ -30,7 +33,7 @@ inline std::vector<Argument> argumentsOf(std::vector<char>& format) {
       if (*f == '*') return some.push_back({Argument::INT}), static_cast<void>(++f);
       const char* const digits = f;
       while (*f >= '0' && *f <= '9') ++f;
-      slow |= f - digits > 4 && f - digits < 9;
+      slow |= f != digits && takesLong(std::strtoll(digits, nullptr, 10));
     };
     number();
     if (*f == '.') ++f, number();
@@ -53,10 +56,10 @@ inline std::vector<Argument> argumentsOf(std::vector<char>& format) {
   return all;
 }
 
-/// A number for an INT. As a width, one between these would only take time.
+/// A number for an INT, perhaps as a width.
 inline std::int32_t numberOf(Input& in) {
   const auto n = in.value<std::int32_t>();
-  return std::abs(n / 2) > 4096 && std::abs(n / 2) < 1 << 23 ? n % 4096 : n;
+  return takesLong(n) ? n % 4096 : n;
 }
 
 /// Calls `f` with the arguments, each of its own type.
