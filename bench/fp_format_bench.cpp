@@ -101,8 +101,9 @@ void readSingly(benchmark::State& state, const FpFormat& format, std::size_t wid
 
 void writeSingly(benchmark::State& state, const FpFormat& format, std::size_t width) {
   std::vector<unsigned char> stored(VALUES * width);
-  convert(state, numbers(), stored, [&] {
-    for (std::size_t i = 0; i < VALUES; ++i) format.putHostValue(&stored[i * width], numbers()[i]);
+  const std::vector<double>& from = numbers();
+  convert(state, from, stored, [&] {
+    for (std::size_t i = 0; i < VALUES; ++i) format.putHostValue(&stored[i * width], from[i]);
   });
 }
 

@@ -6,7 +6,7 @@ cd "$1"
 floor() {
   case "$1" in
     platform/*) echo 0 ;;
-    core/memory.*|core/global_new.*) echo 1 ;;
+    core/memory.*|core/heap_chunk.h|core/global_new.*) echo 1 ;;
     strings/*|threads/jtc*) echo 2 ;;
     errors/*|threads/mutex.*|threads/condition.*|threads/flag.*|threads/read_write_lock.*|core/bitmap.*) echo 3 ;;
     threads/registry.*|blocks/*|floatfmt/*) echo 4 ;;

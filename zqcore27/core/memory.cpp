@@ -2,19 +2,11 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 #include <new>
 #include <utility>
 
+#include "zqcore27/core/heap_chunk.h"
 #include "zqcore27/errors/mem_error.h"
-
-#if defined(__SANITIZE_ADDRESS__)
-#define ZQCORE27_ADDRESS_SANITIZER
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define ZQCORE27_ADDRESS_SANITIZER
-#endif
-#endif
 
 inline namespace zqcore27 {
 
@@ -51,23 +43,10 @@ void MemAllocator::deallocate(void* p) { orlanDelete(p); }
 
 namespace {
 
-/// What is asked of the heap for a block of `size` bytes: all of the chunk that glibc's heap takes for them, in steps
-/// of 16 bytes less its own word. That costs no memory there, and a change of size inside the chunk needs no call, as
-/// long as every block of a MemResizable is asked for here. Where a sanitizer watches the bounds the request is exact.
-unsigned int chunk(unsigned int size) {
-#ifdef ZQCORE27_ADDRESS_SANITIZER
-  return size;
-#else
-  constexpr unsigned int STEP = 16, OWN = sizeof(std::size_t);
-  if (size > std::numeric_limits<unsigned int>::max() - STEP - OWN) return size;
-  return (size + OWN + STEP - 1) / STEP * STEP - OWN;
-#endif
-}
-
 /// A block of `size` bytes, not cleared; null only for size 0.
 unsigned char* allocateOrThrow(unsigned int size) {
   if (size == 0) return nullptr;
-  if (unsigned char* block = MemAllocator::allocate(chunk(size))) return block;
+  if (unsigned char* block = MemAllocator::allocate(heapChunk(size))) return block;
   throw MemError(MemError::HEAP_EXHAUSTED, true);
 }
 
@@ -105,8 +84,8 @@ MemResizable& MemResizable::resize(unsigned int size) {
     fData = nullptr;
   } else {
     // An object of size 0 doesn't own what fData points at.
-    if (fSize == 0 || chunk(size) != chunk(fSize)) {
-      void* block = fSize != 0 ? std::realloc(fData, chunk(size)) : std::calloc(chunk(size), 1);
+    if (fSize == 0 || heapChunk(size) != heapChunk(fSize)) {
+      void* block = fSize != 0 ? std::realloc(fData, heapChunk(size)) : std::calloc(heapChunk(size), 1);
       if (block == nullptr) throw MemError(MemError::HEAP_EXHAUSTED, true);
       fData = static_cast<unsigned char*>(block);
     }

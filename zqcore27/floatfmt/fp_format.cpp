@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <type_traits>
 
 #include "zqcore27/floatfmt/fp_error.h"
 #include "zqcore27/floatfmt/stored_format.h"
@@ -123,7 +124,7 @@ typename Codec::Word encode(double value, const Marks& marks) {
   return h == 0 ? Word{0} : Codec::encode(bitsOf<Word>(value));
 }
 
-constexpr std::size_t BLOCK = 256;  // values that are converted before a look at what was special among them
+constexpr std::size_t BLOCK = 256;  // stored values that are converted before a look at what was special among them
 
 using floatfmt::Words32;
 using floatfmt::Words64;
@@ -157,30 +158,6 @@ class MarkFilter {
   Words32 fFound{};
 };
 
-/// Finds values that aren't written as ordinary numbers by how their high halves begin: none is missed, and beside them
-/// only numbers at the ends of the range are found.
-class SpecialFilter {
- public:
-  void look(Words64 bits) {
-    const auto bytes = (Bytes)bits;
-    const auto words = (Words)bits;
-    fLowest = bytes < fLowest ? bytes : fLowest;
-    fHighest = words > fHighest ? words : fHighest;
-  }
-  bool found() const {
-    return fLowest[7] == 0 || fLowest[15] == 0 || fHighest[3] >= PATTERNS_BEGIN || fHighest[7] >= PATTERNS_BEGIN;
-  }
-
- private:
-  typedef std::uint8_t Bytes __attribute__((vector_size(16)));
-  typedef std::int16_t Words __attribute__((vector_size(16)));
-  static constexpr std::int16_t PATTERNS_BEGIN = LOWEST_PATTERN >> 16;
-  static_assert(HIGHEST_PATTERN <= 0x7FFFFFFF, "signed, all patterns are among the highest");
-
-  Bytes fLowest = ~Bytes{};
-  Words fHighest{};
-};
-
 void store(double* to, Words64 bits) { std::memcpy(to, &bits, sizeof bits); }
 void store(double* to, Words32 bits) {
   float values[4];
@@ -204,31 +181,48 @@ bool decodeBlock(const unsigned char* stored, double* values, const Stored& form
   return special.found();
 }
 
+constexpr std::size_t GROUP = 8;  // values of which one look tells whether all are ordinary
+static_assert(HIGHEST_PATTERN <= 0x7FFFFFFF, "signed, the patterns are the highest");
+
+/// The bits of the numbers that fill a register, doubles or narrowed to floats.
 template <typename Words>
-Words loadBits(const double* from) {
-  Words bits;
-  if constexpr (sizeof(bits[0]) == 8) {
+Words loadNumbers(const double* from) {
+  if constexpr (std::is_same_v<Words, Words64>) {
+    Words bits;
     std::memcpy(&bits, from, sizeof bits);
+    return bits;
   } else {
-    float values[4];
-    for (std::size_t i = 0; i < 4; ++i) values[i] = static_cast<float>(from[i]);
-    std::memcpy(&bits, values, sizeof bits);
+    typedef double Doubles __attribute__((vector_size(32)));
+    typedef float Floats __attribute__((vector_size(16)));
+    Doubles numbers;
+    std::memcpy(&numbers, from, sizeof numbers);
+    return (Words) __builtin_convertvector(numbers, Floats);
   }
-  return bits;
 }
 
-/// Encodes BLOCK values, all in the ordinary way. True if a value among them may be special.
+/// Whether a value among GROUP may not be written as an ordinary number: none is missed, and beside them only numbers
+/// at the upper end of the range, infinities and NaNs are found.
+bool anySpecial(const double* values) {
+  typedef std::int32_t Signed __attribute__((vector_size(16)));
+  Signed found{};
+  for (std::size_t i = 0; i < GROUP; i += 4) {
+    const auto two = (Signed)loadNumbers<Words64>(values + i), more = (Signed)loadNumbers<Words64>(values + i + 2);
+    const auto high = __builtin_shufflevector(two, more, 1, 3, 5, 7);
+    found |= (high == 0) | (high >= static_cast<std::int32_t>(LOWEST_PATTERN));
+  }
+  const auto halves = (Words64)found;
+  return (halves[0] | halves[1]) != 0;
+}
+
+/// Encodes GROUP values, none of them special, that don't overlap `stored`.
 template <typename Codec>
-bool encodeBlock(const double* values, typename Codec::Word* words) {
+void encodeGroup(const double* values, unsigned char* stored) {
   using Words = typename Codec::Words;
   constexpr std::size_t STEP = sizeof(Words) / sizeof(typename Codec::Word);
-  SpecialFilter special;
-  for (std::size_t i = 0; i < BLOCK; i += STEP) {
-    for (std::size_t j = i; j < i + STEP; j += 2) special.look(loadBits<Words64>(values + j));
-    const Words encoded = Codec::template encode<Words>(loadBits<Words>(values + i));
-    std::memcpy(words + i, &encoded, sizeof encoded);
+  for (std::size_t i = 0; i < GROUP; i += STEP) {
+    const Words words = Codec::template encode<Words>(loadNumbers<Words>(values + i));
+    std::memcpy(stored + i * sizeof(typename Codec::Word), &words, sizeof words);
   }
-  return special.found();
 }
 
 template <typename Codec>
@@ -240,7 +234,8 @@ void decodeSingly(const unsigned char* stored, double* values, std::size_t n, st
 }
 
 template <typename Codec>
-void encodeSingly(unsigned char* stored, const double* values, std::size_t n, std::size_t stride, const Marks& marks) {
+[[gnu::noinline]] void encodeSingly(unsigned char* stored, const double* values, std::size_t n, std::size_t stride,
+                                    const Marks& marks) {
   for (std::size_t i = 0; i < n; ++i) {
     const auto word = encode<Codec>(values[i], marks);
     std::memcpy(stored + i * stride, &word, sizeof word);
@@ -274,18 +269,18 @@ void decodeAll(const unsigned char* stored, double* values, std::size_t count, s
   decodeSingly<Codec>(stored + done * stride, values + done, count - done, stride, form);
 }
 
-/// Blocks go out when nothing special was in them, since a value that is refused leaves all behind it unwritten.
+/// A group goes out when nothing special is in it, since a value that is refused leaves all behind it unwritten.
 template <typename Codec>
 void encodeAll(unsigned char* stored, const double* values, std::size_t count, std::size_t stride, const Marks& marks) {
   constexpr std::size_t WIDTH = sizeof(typename Codec::Word);
   std::size_t done = 0;
   if (inBlocks(stored, values, count, stride, WIDTH)) {
-    for (; count - done >= BLOCK; done += BLOCK) {
-      typename Codec::Word words[BLOCK];
-      if (encodeBlock<Codec>(values + done, words)) {
-        encodeSingly<Codec>(stored + done * WIDTH, values + done, BLOCK, WIDTH, marks);
+    for (; count - done >= GROUP; done += GROUP) {
+      unsigned char* const to = stored + done * WIDTH;
+      if (anySpecial(values + done)) {
+        encodeSingly<Codec>(to, values + done, GROUP, WIDTH, marks);
       } else {
-        std::memcpy(stored + done * WIDTH, words, sizeof words);
+        encodeGroup<Codec>(values + done, to);
       }
     }
   }
@@ -302,7 +297,8 @@ FpFormat::FpFormat(unsigned char code, unsigned char width, std::int32_t* status
 std::int32_t FpFormat::initStandAlone(unsigned char code, unsigned char width) {
   fFormat = code;
   fWidth = width;
-  fForm = form();
+  const Form refused = form();
+  fForm = refused == NO_FORM ? NO_FORM : static_cast<Form>(refused | AFTER_REFUSAL);
   if (width != 4 && width != 8) throw FPError(FPError::BAD_WIDTH, false);
   const std::uint32_t selected = 1u << (code & 31);
   const auto* const row = std::find_if(std::begin(FORMATS), std::end(FORMATS),
@@ -352,7 +348,7 @@ std::int32_t FpFormat::mark_offset() const { return fWidth == 8 ? fMarkOffset : 
 template <typename Use>
 void FpFormat::with_codec(Use use) const {
   using namespace floatfmt;
-  switch (fForm) {
+  switch (fForm & ~AFTER_REFUSAL) {
     case HOST_DOUBLE:
       return use(HostOrder<std::uint64_t>());
     case SWAPPED_DOUBLE:
@@ -365,50 +361,15 @@ void FpFormat::with_codec(Use use) const {
       return use(Swapped<std::uint32_t>());
     case VAX_SINGLE:
       return use(VaxSingle());
-    case NO_FORM:
+    default:
       break;
   }
   refuse(FPError::NOT_READY);
 }
 
-template <typename Codec>
-double FpFormat::read_one(const FpFormat& format, const void* stored) {
-  const auto word = load<typename Codec::Word>(static_cast<const unsigned char*>(stored));
-  return std::bit_cast<double>(decode<Codec>(word, {format.fMarks, sizeof word == 8 ? format.fMarkOffset * 8 : 0}));
-}
-
-template <typename Codec>
-void FpFormat::write_one(const FpFormat& format, void* stored, double value) {
-  const auto word = encode<Codec>(value, format.fMarks);
-  std::memcpy(stored, &word, sizeof word);
-}
-
-// By tables in the order of Form, the shortest way from a call to the conversion.
-double FpFormat::getHostValue(const void* stored) const {
-  using namespace floatfmt;
-  static constexpr double (*READ[])(const FpFormat&, const void*) = {
-      [](const FpFormat&, const void*) -> double { refuse(FPError::NOT_READY); },
-      read_one<HostOrder<std::uint64_t>>,
-      read_one<Swapped<std::uint64_t>>,
-      read_one<VaxDouble>,
-      read_one<HostOrder<std::uint32_t>>,
-      read_one<Swapped<std::uint32_t>>,
-      read_one<VaxSingle>};
-  return READ[fForm](*this, stored);
-}
-
-void FpFormat::putHostValue(void* stored, double value) const {
-  using namespace floatfmt;
-  static constexpr void (*WRITE[])(const FpFormat&, void*, double) = {
-      [](const FpFormat&, void*, double) { refuse(FPError::NOT_READY); },
-      write_one<HostOrder<std::uint64_t>>,
-      write_one<Swapped<std::uint64_t>>,
-      write_one<VaxDouble>,
-      write_one<HostOrder<std::uint32_t>>,
-      write_one<Swapped<std::uint32_t>>,
-      write_one<VaxSingle>};
-  WRITE[fForm](*this, stored, value);
-}
+// Hosts that were built before these two were inline call them here.
+[[gnu::used]] constexpr auto READ = &FpFormat::getHostValue;
+[[gnu::used]] constexpr auto WRITE = &FpFormat::putHostValue;
 
 void FpFormat::getHostValues(const void* stored, double* values, std::size_t count, std::size_t stride) const {
   with_codec([&]<typename Codec>(Codec) {
@@ -417,6 +378,7 @@ void FpFormat::getHostValues(const void* stored, double* values, std::size_t cou
 }
 
 void FpFormat::putHostValues(void* stored, const double* values, std::size_t count, std::size_t stride) const {
+  static_assert(SPECIALS_BEGIN == LOWEST_PATTERN);
   with_codec([&]<typename Codec>(Codec) {
     encodeAll<Codec>(static_cast<unsigned char*>(stored), values, count, stride, fMarks);
   });

@@ -1,9 +1,13 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <type_traits>
 
+#include "zqcore27/floatfmt/stored_format.h"
 #include "zqcore27/platform/export.h"
 
 inline namespace zqcore27 {
@@ -73,12 +77,12 @@ class ZQCORE27_EXPORT FpFormat {
 
   /// Reads one stored value. At width 8 in host and swapped order the bits of a NaN survive.
   /// Errors: FPError::NOT_READY, also after a set-up with a width other than 4 and 8.
-  double getHostValue(const void* stored) const;
+  ZQCORE27_EXPORT double getHostValue(const void* stored) const;
 
   /// Writes one stored value. A value with a high half of 0, subnormals among them, is stored as zero. At width 4 other
   /// values are narrowed with the host's rounding first.
   /// Errors: FPError::NOT_READY as above, FPError::NOT_STORABLE for kind 4; nothing is written then.
-  void putHostValue(void* stored, double value) const;
+  ZQCORE27_EXPORT void putHostValue(void* stored, double value) const;
 
   /// Reads `count` stored values that lie `stride` bytes apart, 0 included, into consecutive doubles: as getHostValue
   /// for one after the other, wherever the two overlap. Errors: FPError::NOT_READY, also with a count of 0.
@@ -95,6 +99,7 @@ class ZQCORE27_EXPORT FpFormat {
 
  private:
   enum Flag : std::uint32_t { READY = 1, SWAPPED = 2, VAX = 4 };
+  // What hosts have compiled in: it keeps its values.
   enum Form : std::uint8_t {
     NO_FORM = 0,
     HOST_DOUBLE = 1,
@@ -102,8 +107,11 @@ class ZQCORE27_EXPORT FpFormat {
     VAX_DOUBLE = 3,
     HOST_SINGLE = 4,
     SWAPPED_SINGLE = 5,
-    VAX_SINGLE = 6
+    VAX_SINGLE = 6,
+    AFTER_REFUSAL = 8  // beside one of these: the marks may be those of the other width
   };
+  /// The least high half, without its sign, of a value that isn't written as an ordinary number, 0 apart.
+  static constexpr std::uint32_t SPECIALS_BEGIN = 0x7F667782;
 
   static FloatTYPE testValue(std::uint32_t word);
   Form form() const;
@@ -111,9 +119,9 @@ class ZQCORE27_EXPORT FpFormat {
   template <typename Use>
   void with_codec(Use use) const;
   template <typename Codec>
-  static double read_one(const FpFormat& format, const void* stored);
+  static bool read_ordinary(const void* stored, double& value);
   template <typename Codec>
-  static void write_one(const FpFormat& format, void* stored, double value);
+  static void write_ordinary(void* stored, double value, bool zero);
 
   std::uint32_t fFlags = 0;
   std::int32_t fMarkOffset = 0;           // of the word in a stored value that marks are compared with, in bytes
@@ -122,5 +130,62 @@ class ZQCORE27_EXPORT FpFormat {
   std::uint8_t fWidth = 0;  // bytes of a stored value
   Form fForm = NO_FORM;     // what flags and width come to; NO_FORM: nothing can be converted
 };
+
+// A single value costs less than a call: what is ordinary is converted where the call stands, and what may be special
+// goes the way of the arrays.
+
+/// False, with `value` as it was, if the stored value may be special.
+template <typename Codec>
+bool FpFormat::read_ordinary(const void* stored, double& value) {
+  using Word = typename Codec::Word;
+  Word word;
+  std::memcpy(&word, stored, sizeof word);
+  Word bits = floatfmt::decodeOne<Codec>(word);
+  if (!Codec::ordinary(word, bits)) {
+    if (Codec::DECODES_ZERO || word != 0) return false;
+    bits = 0;
+  }
+  value = std::bit_cast<std::conditional_t<sizeof word == 8, double, float>>(bits);
+  return true;
+}
+
+template <typename Codec>
+void FpFormat::write_ordinary(void* stored, double value, bool zero) {
+  using Word = typename Codec::Word;
+  const auto number = static_cast<std::conditional_t<sizeof(Word) == 8, double, float>>(value);
+  const Word word = zero ? 0 : floatfmt::encodeOne<Codec>(std::bit_cast<Word>(number));
+  std::memcpy(stored, &word, sizeof word);
+}
+
+inline double FpFormat::getHostValue(const void* stored) const {
+  using namespace floatfmt;
+  double value;
+  const Form form = fForm;
+  if (form == VAX_SINGLE && read_ordinary<VaxSingle>(stored, value)) return value;
+  if (form == VAX_DOUBLE && read_ordinary<VaxDouble>(stored, value)) return value;
+  if (form == SWAPPED_SINGLE && read_ordinary<Swapped<std::uint32_t>>(stored, value)) return value;
+  if (form == SWAPPED_DOUBLE && read_ordinary<Swapped<std::uint64_t>>(stored, value)) return value;
+  if (form == HOST_SINGLE && read_ordinary<HostOrder<std::uint32_t>>(stored, value)) return value;
+  if (form == HOST_DOUBLE && read_ordinary<HostOrder<std::uint64_t>>(stored, value)) return value;
+  double special;
+  getHostValues(stored, &special, 1, 0);
+  return special;
+}
+
+inline void FpFormat::putHostValue(void* stored, double value) const {
+  using namespace floatfmt;
+  const auto high = static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(value) >> 32);
+  if (high * 2 < SPECIALS_BEGIN * 2) {
+    const Form form = fForm;
+    if (form == VAX_SINGLE) return write_ordinary<VaxSingle>(stored, value, high == 0);
+    if (form == VAX_DOUBLE) return write_ordinary<VaxDouble>(stored, value, high == 0);
+    if (form == SWAPPED_SINGLE) return write_ordinary<Swapped<std::uint32_t>>(stored, value, high == 0);
+    if (form == SWAPPED_DOUBLE) return write_ordinary<Swapped<std::uint64_t>>(stored, value, high == 0);
+    if (form == HOST_SINGLE) return write_ordinary<HostOrder<std::uint32_t>>(stored, value, high == 0);
+    if (form == HOST_DOUBLE) return write_ordinary<HostOrder<std::uint64_t>>(stored, value, high == 0);
+  }
+  const double special = value;  // whose address alone is taken: `value` stays in its register
+  putHostValues(stored, &special, 1, 0);
+}
 
 }  // namespace zqcore27

@@ -1,8 +1,8 @@
 #pragma once
 
-// The forms that a stored number can have, as bits: a codec turns the word that lies in memory, read in host order,
-// into the bits of a host float or double and back. Values travel as bits, so that no NaN is quieted on the way.
-// Threads: any; no state.
+// For fp_format.h alone: the forms that a stored number can have, as bits. A codec turns the word that lies in memory,
+// read in host order, into the bits of a host float or double and back. Values travel as bits, so that no NaN is
+// quieted on the way. Threads: any; no state.
 
 #include <bit>
 #include <cstdint>
@@ -63,21 +63,33 @@ constexpr std::uint64_t SIGN = std::uint64_t{1} << 63;
 template <typename Words>
 constexpr Words fp_from_vax_double(Words stored) {
   const Words bits = reverseWords(stored);
-  return (bits & SIGN) | (((bits & ~SIGN) >> 3) + (std::uint64_t{894} << 52));
+  return (bits & SIGN) | ((bits << 1 >> 4) + (std::uint64_t{894} << 52));
 }
 
 template <typename Words>
 constexpr Words fp_to_vax_double(Words bits) {
-  return reverseWords((bits & SIGN) | (((bits - (std::uint64_t{126} << 52)) << 3) & ~SIGN));
+  return reverseWords((bits & SIGN) | ((bits << 4) - (std::uint64_t{126} << 56)) >> 1);
+}
+
+/// Whether the bits of a double or float are neither a NaN nor infinite.
+template <typename Bits>
+constexpr bool isFinite(Bits bits) {
+  constexpr std::uint32_t EXPONENT = sizeof bits == 8 ? 0x7FF00000 : 0x7F800000;
+  return static_cast<std::uint32_t>(bits >> (8 * sizeof bits - 32)) * 2 < EXPONENT * 2;
 }
 
 /// At width 8 a codec's words are 64 bits, those of doubles; at width 4 32 bits, those of floats. One that decodes zero
-/// makes it 0.0 by itself.
+/// makes it 0.0 by itself. A word that is ordinary is none of the marks for its width.
 template <typename Bits>
-struct HostOrder {
+struct PlainCodec {
   using Word = Bits;
   using Words = std::conditional_t<sizeof(Bits) == 8, Words64, Words32>;
   static constexpr bool DECODES_ZERO = true;
+  static constexpr bool ordinary(Word, Word decoded) { return isFinite(decoded); }
+};
+
+template <typename Bits>
+struct HostOrder : PlainCodec<Bits> {
   template <typename Words>
   static constexpr Words decode(Words stored) {
     return stored;
@@ -89,10 +101,7 @@ struct HostOrder {
 };
 
 template <typename Bits>
-struct Swapped {
-  using Word = Bits;
-  using Words = std::conditional_t<sizeof(Bits) == 8, Words64, Words32>;
-  static constexpr bool DECODES_ZERO = true;
+struct Swapped : PlainCodec<Bits> {
   template <typename Words>
   static constexpr Words decode(Words stored) {
     return reverse(stored);
@@ -103,10 +112,13 @@ struct Swapped {
   }
 };
 
-struct VaxSingle {
-  using Word = std::uint32_t;
-  using Words = Words32;
+template <typename Bits>
+struct VaxCodec : PlainCodec<Bits> {
   static constexpr bool DECODES_ZERO = false;
+  static constexpr bool ordinary(Bits stored, Bits) { return (stored & 0x7F80) != 0; }  // by its exponent
+};
+
+struct VaxSingle : VaxCodec<std::uint32_t> {
   template <typename Words>
   static constexpr Words decode(Words stored) {
     return fp_from_vax_single(stored);
@@ -117,10 +129,7 @@ struct VaxSingle {
   }
 };
 
-struct VaxDouble {
-  using Word = std::uint64_t;
-  using Words = Words64;
-  static constexpr bool DECODES_ZERO = false;
+struct VaxDouble : VaxCodec<std::uint64_t> {
   template <typename Words>
   static constexpr Words decode(Words stored) {
     return fp_from_vax_double(stored);
@@ -130,6 +139,18 @@ struct VaxDouble {
     return fp_to_vax_double(bits);
   }
 };
+
+/// One word. In halves of its own a VAX double takes ten steps to turn round, in a vector two.
+template <typename Codec>
+typename Codec::Word decodeOne(typename Codec::Word stored) {
+  if constexpr (std::is_same_v<Codec, VaxDouble>) return Codec::decode(Words64{stored, 0})[0];
+  return Codec::decode(stored);
+}
+template <typename Codec>
+typename Codec::Word encodeOne(typename Codec::Word bits) {
+  if constexpr (std::is_same_v<Codec, VaxDouble>) return Codec::encode(Words64{bits, 0})[0];
+  return Codec::encode(bits);
+}
 
 }  // namespace floatfmt
 }  // namespace zqcore27

@@ -8,6 +8,7 @@
 #include "zqcore27/errors/string_error.h"
 #include "zqcore27/platform/code_page.h"
 #include "zqcore27/platform/user_locale.h"
+#include "zqcore27/strings/long_ascii.h"
 #include "zqcore27/strings/string.h"
 #include "zqcore27/strings/text_kernels.h"
 #include "zqcore27/strings/transcode.h"
@@ -213,7 +214,7 @@ void setACPid(unsigned int id) { gACPid.store(id); }
 
 std::uint32_t readNative(const char* s, std::size_t length, std::size_t room, std::uint16_t*& out) {
   const auto* bytes = reinterpret_cast<const unsigned char*>(s);
-  const std::size_t run = widenAscii(bytes, length, out);
+  const std::size_t run = widenLongAscii(bytes, length, out);
   out += run;
   if (run == length) return 0;
   const NativeReading r = readAll({bytes + run, bytes + length, bytes + room, out});

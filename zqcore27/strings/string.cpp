@@ -5,6 +5,7 @@
 #include <limits>
 #include <utility>
 
+#include "zqcore27/core/heap_chunk.h"
 #include "zqcore27/errors/mem_error.h"
 #include "zqcore27/errors/string_error.h"
 #include "zqcore27/strings/native_text.h"
@@ -129,7 +130,15 @@ String& String::operator+=(const char* s) { return *this += String(s); }
 
 String& String::operator+=(std::uint16_t c) {
   if (c == 0) return *this;
-  if (capacity() < fLength + 2) make_room(fLength + 1);
+  if (capacity() < fLength + 2) {
+    // Most steps stay inside the heap's chunk, and what is new of the block is written below.
+    const std::uint32_t bytes = dataSize(fLength + 2);
+    if (fSize != 0 && heapChunk(bytes) == heapChunk(fSize)) {
+      fSize = bytes;
+    } else {
+      make_room(fLength + 1);
+    }
+  }
   data()[fLength++] = c;
   data()[fLength] = 0;
   return *this;
@@ -163,7 +172,7 @@ unsigned int String::nat_string_length(const char* s) const { return s == nullpt
 void String::replace_block(std::uint32_t n, bool cleared) {
   if (n > MAX_LENGTH) throw MemError(MemError::TOO_LARGE, false);
   MemResizable block(cleared ? 0 : dataSize(n + 1));
-  block.resize(dataSize(n + 1));  // what grows from nothing comes cleared
+  if (cleared) block.resize(dataSize(n + 1));  // what grows from nothing comes cleared
   MemResizable::operator=(std::move(block));
   fLength = 0;
   data()[0] = 0;
