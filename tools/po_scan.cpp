@@ -1,9 +1,28 @@
 #include "tools/po_scan.h"
 
 #include <cctype>
+#include <utility>
 
 namespace zqtool {
 namespace {
+
+/// The text with lines joined that end in a backslash, as the parser joins them wherever it meets one. The breaks go
+/// behind the joined line, so that the lines after it keep their numbers.
+std::string joined(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  std::size_t breaks = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text.substr(i).starts_with("\\\n")) {
+      ++breaks;
+      ++i;
+    } else {
+      out += text[i];
+      if (text[i] == '\n') out.append(std::exchange(breaks, 0), '\n');
+    }
+  }
+  return out;
+}
 
 class Scanner {
  public:
@@ -79,6 +98,6 @@ class Scanner {
 
 }  // namespace
 
-PoScan scanPo(std::string_view text) { return Scanner(text).run(); }
+PoScan scanPo(std::string_view text) { return Scanner(joined(text)).run(); }
 
 }  // namespace zqtool

@@ -45,12 +45,14 @@ TEST(PoFileTest, TellsEachFaultWithItsLine) {
 
 TEST(PoFileTest, ReadsEntriesWithTheirLines) {
   const TempDir dir;
-  const PoFile po = readPoFile(
-      dir.write("a.po", HEADER + "#~ msgctxt \"0x9\"\n#~ msgid \"gone\"\n#~ msgstr \"weg\"\n\n"
-                                 "#. msgid \"in a comment\"\n"
-                                 "msgctxt \"0xC2000001\" msgid \"msgid {1}\"\nmsgstr \"\"\n\"eins \"\n\"{1}\"\n\n"
-                                 "msgctxt \"0xc2000002\"\nmsgid \"two\"\nmsgstr \"\"\n\n"
-                                 "#, fuzzy\nmsgctxt \"0xC2000003\"\nmsgid \"three\"\nmsgstr \"dry\"\n"));
+  const PoFile po = readPoFile(dir.write(
+      "a.po", HEADER + "#~ msgctxt \"0x9\"\n#~ msgid \"gone\"\n#~ msgstr \"weg\"\n\n"
+                       "#. msgid \"in a comment\"\n"
+                       "msgctxt \"0xC2000001\" msgid \"msgid {1}\"\nmsgstr \"\"\n\"eins \"\n\"{1}\"\n\n"
+                       "msgctxt \"0xc2000002\"\nmsgid \"two\"\nmsgstr \"\"\n\n"
+                       "#, fuzzy\nmsgctxt \"0xC2000003\"\nmsgid \"three\"\nmsgstr \"dry\"\n"
+                       "# joined \\\nmsgid\nmsgc\\\ntxt \"0xC2000004\" ms\\\ngid \"fo\\\nur\" msgstr \"v\"\n\n"
+                       "msgctxt \"0xC2000005\" msgid \"five\" msgstr \"f\"\n"));
   ASSERT_TRUE(po.faults.empty()) << po.faults[0].words;
   std::string entries;
   for (const PoEntry& e : po.entries) {
@@ -60,7 +62,9 @@ TEST(PoFileTest, ReadsEntriesWithTheirLines) {
   EXPECT_EQ(entries,
             "9 0xC2000001 msgid {1} = eins {1}\n"
             "14 0xC2000002 two = two (not translated)\n"
-            "19 0xC2000003 three = three (not translated)\n");
+            "19 0xC2000003 three = three (not translated)\n"
+            "24 0xC2000004 four = v\n"
+            "29 0xC2000005 five = f\n");
   ASSERT_EQ(po.warnings.size(), 2u);
   EXPECT_EQ(po.warnings[0].line, 14u);
   EXPECT_NE(po.warnings[1].words.find("fuzzy"), std::string::npos);
