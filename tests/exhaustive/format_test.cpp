@@ -4,10 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstdio>
 #include <optional>
+#include <random>
 #include <string>
 
 #include "tests/exhaustive/exhaustive.h"
@@ -76,21 +76,36 @@ struct Digits {
   int point;  // from the first digit on
 };
 
-/// Of the exact value, half rounded up; 17 digits are real.
-Digits digitsOf(double value, int n, bool fixed) {
+/// By the rules as they read, in the widest type's own arithmetic: scaled, cut into digits, half rounded up; 17 digits
+/// are real.
+Digits digitsOf(double number, int n, bool fixed) {
+  static constexpr struct {
+    long double threshold, raise, lower;
+    int step;
+  } SCALES[] = {{1e-128L, 1e256L, 1e-256L, 256}, {1e-64L, 1e128L, 1e-128L, 128}, {1e-32L, 1e64L, 1e-64L, 64},
+                {1e-16L, 1e32L, 1e-32L, 32},     {1e-8L, 1e16L, 1e-16L, 16},     {1e-4L, 1e8L, 1e-8L, 8},
+                {1e-2L, 1e4L, 1e-4L, 4},         {1e-1L, 1e2L, 1e-2L, 2},        {1.0L, 1e1L, 1e-1L, 1}};
   n = std::clamp(n, 0, 30);
-  if (value == 0) return {std::string(static_cast<std::size_t>(n), '0'), 0};
-  char exact[100];
-  std::snprintf(exact, sizeof exact, "%.60e", std::fabs(value));
-  int point = std::atoi(exact + 63) + 1;
+  if (number == 0) return {std::string(static_cast<std::size_t>(n), '0'), 0};
+  long double value = std::fabs(number);
+  int point = 1;
+  for (const auto& scale : SCALES) {
+    for (; value < 1 && value < scale.threshold; value *= scale.raise) point -= scale.step;
+  }
+  for (const auto& scale : SCALES) {
+    for (; value >= scale.raise; value *= scale.lower) point += scale.step;
+  }
   if (fixed) n = std::clamp(n + point, 0, 30);
-  const auto size = static_cast<std::size_t>(n);
-  std::string digits = (exact[0] + std::string(exact + 2, 60)).substr(0, std::min(size + 1, std::size_t{17}));
-  digits.resize(size + 1, '0');
+  std::string digits;
+  for (int i = 0; i <= n; ++i) {
+    const int digit = i < 17 ? static_cast<int>(value) : 0;
+    digits += static_cast<char>('0' + digit);
+    value = (value - digit) * 10;
+  }
   const bool up = digits.back() >= '5';
   digits.pop_back();
   if (!up) return {digits, point};
-  std::size_t i = size;
+  std::size_t i = digits.size();
   for (; i > 0 && digits[i - 1] == '9'; --i) digits[i - 1] = '0';
   if (i > 0) {
     ++digits[i - 1];
@@ -208,17 +223,13 @@ TEST(ExhaustiveTest, EveryDirectiveOfText) {
   const char16_t wide[] = u"some text";
   everyDirective(" lhLN", "sPc%", {-1, 0, 1, 9, 10, 40}, [&](const Directive& d) {
     const bool narrow = d.modifier == 'L' || d.modifier == 'N';
-    if (d.conversion == 'c') {
-      ASSERT_EQ(built(d, static_cast<int>('x')), text(d, "x") + "|") << d.text();
-    } else if (d.conversion == '%') {
-      ASSERT_EQ(built(d, 0), text(d, "%") + "|") << d.text();
-    } else if (d.conversion == 'P') {
-      ASSERT_EQ(built(d, "\x09some text"), text(d, "some text") + "|") << d.text();
-    } else if (narrow) {
-      ASSERT_EQ(built(d, "some text"), text(d, "some text") + "|") << d.text();
-    } else {
-      ASSERT_EQ(built(d, wide), text(d, "some text") + "|") << d.text();
-    }
+    const char c = d.conversion;
+    const std::string ours = c == 'c'   ? built(d, static_cast<int>('x'))
+                             : c == '%' ? built(d, 0)
+                             : c == 'P' ? built(d, "\x09some text")
+                             : narrow   ? built(d, "some text")
+                                        : built(d, wide);
+    ASSERT_EQ(ours, text(d, c == 'c' ? "x" : c == '%' ? "%" : "some text") + "|") << d.text();
   });
 }
 
@@ -226,10 +237,29 @@ TEST(ExhaustiveTest, EveryDirectiveOfAFloat) {
   everyDirective(" L", "eEfgG", {-1, 0, 1, 2, 3, 6, 9}, [](const Directive& d) {
     for (const double value : {0.0, 1.0, -1.5, 2.5, 0.5, 9.5, 9.9999996, 12345.0, 99999.5, 1e6, -0.015625, 0.0001,
                                0.00001, 0.006, 1.0 / 3, 123456789.0, 1.7e308, 2.3e-308, 5e-324}) {
-      if (d.conversion == 'f' && value > 1e10) continue;  // of more digits than an exponent shows: FormatTest.FixedForm
+      if (d.conversion == 'f' && value > 1e10) continue;  // of more digits than there is room for: FormatTest.Floats
       ASSERT_EQ(built(d, value), real(d, value) + "|") << d.text() << " of " << value;
     }
   });
+}
+
+TEST(ExhaustiveTest, SomeDirectivesOfAnyNumber) {
+  std::mt19937_64 random(7);
+  const auto below = [&random](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+  for (int i = 0; i < 60000; ++i) {
+    Directive d{"", below(2) * below(40), std::nullopt, " lL"[below(3)], "diuoxXbpeeegGf"[below(14)]};
+    for (const char flag : {'-', '+', ' ', '#', '0'}) d.flags += below(4) == 0 ? std::string(1, flag) : "";
+    if (below(4) != 0) d.precision = below(19);
+    // Half of the floats lie from 1/16 to below 16, the others anywhere; a quarter of each have few bits.
+    const std::uint64_t bits = random() >> 12 & (i % 8 < 2 ? ~std::uint64_t{0} << below(52) : ~std::uint64_t{0});
+    const int exponent = i % 2 != 0 && d.conversion != 'f' ? below(2098) - 1074 : below(8) - 4;
+    const double value = std::ldexp((1 + std::ldexp(static_cast<double>(bits), -52)) * (below(2) * 2 - 1), exponent);
+    const auto number = static_cast<std::uint32_t>(random() >> 32 >> below(32));
+    const bool whole = std::string("diuoxXbp").find(d.conversion) != std::string::npos;
+    ASSERT_EQ(whole ? built(d, static_cast<std::int32_t>(number)) : built(d, value),
+              (whole ? integer(d, number) : real(d, value)) + "|")
+        << d.text() << " of " << (whole ? number : value);
+  }
 }
 
 }  // namespace

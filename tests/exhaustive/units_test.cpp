@@ -13,6 +13,7 @@
 
 #include "tests/exhaustive/exhaustive.h"
 #include "zqcore27/errors/string_error.h"
+#include "zqcore27/strings/nat_string.h"
 #include "zqcore27/strings/string.h"
 #include "zqcore27/strings/transcode.h"
 
@@ -53,10 +54,14 @@ TEST(ExhaustiveTest, CaseMapsFollowTheRuntimes) {
 TEST(ExhaustiveTest, EveryUnitThereAndBackInUTF8) {
   std::u16string all;
   for (std::uint32_t c = 0; c <= 0xFFFF; ++c) {
-    char bytes[4] = {};
+    const auto unit = static_cast<std::uint16_t>(c);
+    const std::int32_t n = c < 0x80 ? 1 : c < 0x800 ? 2 : 3;
+    char bytes[4] = {'#', '#', '#', '#'};
     std::uint16_t back = 0;
-    const std::int32_t n = uni2utf(static_cast<std::uint16_t>(c), bytes, 3);
-    ASSERT_EQ(n, c < 0x80 ? 1 : c < 0x800 ? 2 : 3);
+    ASSERT_EQ(uni2utf(unit, bytes, n - 1), -1);
+    ASSERT_EQ(std::string_view(bytes, 4), "####");
+    ASSERT_EQ(uni2utf(unit, bytes, n), n);
+    ASSERT_EQ(bytes[n], '#');
     ASSERT_EQ(utf2uni(bytes, &back), n);
     ASSERT_EQ(back, c);
     if (c != 0) all += static_cast<char16_t>(c);
@@ -127,7 +132,12 @@ TEST(ExhaustiveTest, EveryPairOfBytesOnEveryPage) {
       const bool composes =
           page == 1255 || page == 1258;  // a letter with the mark behind it, which stay two units here
       if (composes && expected.size() == 1) expected = runtimes(to, bytes.substr(0, 1)) + runtimes(to, bytes.substr(1));
-      EXPECT_EQ(ours(bytes), expected) << page << ": " << std::hex << pair;
+      // Between ASCII, which is taken in blocks. What was read can be written, and comes back as the same.
+      const std::size_t before = pair % 20;
+      if (!expected.empty()) expected = std::u16string(before, u'a') + expected + std::u16string(20, u' ');
+      const std::u16string read = ours(std::string(before, 'a') + bytes + std::string(20, ' '));
+      EXPECT_EQ(read, expected) << page << ": " << std::hex << pair;
+      EXPECT_EQ(ours(NatString(String(read)).begin()), read) << page << ": " << std::hex << pair;
     }
     iconv_close(to);
   }

@@ -18,6 +18,10 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <functional>
+#include <mutex>
+#include <new>
+#include <unordered_set>
 
 #ifdef FAULTS_OVER_SANITIZER  // the sanitizer's heap, which stands behind this program's symbols
 #define HEAP(name) __interceptor_##name
@@ -39,7 +43,7 @@ thread_local int gPaused = 0;
 std::atomic<FaultMode> gMode{FaultMode::NONE};
 std::atomic<bool> gCounting{false};
 std::atomic<bool> gTracking{false};  // once started, until the process ends
-std::atomic<std::uint32_t> gTarget{0}, gCalls{0}, gDelivered{0}, gKinds{0};
+std::atomic<std::uint32_t> gTarget{0}, gCounted{0}, gCalls{0}, gDelivered{0}, gKinds{0};
 
 struct Module {
   bool holds(void* place) const {
@@ -51,136 +55,75 @@ struct Module {
 Module gLinker;   // keeps blocks with the stacks of threads that it keeps: they are nobody's leak
 Module gRuntime;  // the C runtime where a sanitizer's own threads go through it, which can't do without memory
 
-/// Blocks taken between the marks: a table with open addressing.
-class Blocks {
- public:
-  void add(void* block) {
-    const Hold hold(*this);
-    if (fLive == SIZE / 2) abort("too many live blocks");
-    std::size_t i = place(block);
-    while (fSlots[i] != nullptr && fSlots[i] != GONE) i = (i + 1) % SIZE;
-    fSlots[i] = block;
-    ++fLive;
-  }
-  /// False if the block isn't one of them.
-  bool remove(void* block) {
-    const Hold hold(*this);
-    for (std::size_t i = place(block); fSlots[i] != nullptr; i = (i + 1) % SIZE) {
-      if (fSlots[i] != block) continue;
-      fSlots[i] = fSlots[(i + 1) % SIZE] == nullptr ? nullptr : GONE;
-      --fLive;
-      return true;
-    }
-    return false;
-  }
-  std::uint32_t live() {
-    const Hold hold(*this);
-    return fLive;
-  }
-  [[noreturn]] static void abort(const char* why) {
-    static_cast<void>(!::write(2, why, strlen(why)));
-    _exit(99);
-  }
-
- private:
-  struct Hold {
-    explicit Hold(Blocks& b) : blocks(b) { pthread_mutex_lock(&blocks.fLock); }
-    ~Hold() { pthread_mutex_unlock(&blocks.fLock); }
-    Blocks& blocks;
-  };
-  static constexpr std::size_t SIZE = std::size_t{1} << 16;
-  static inline void* const GONE = reinterpret_cast<void*>(1);
-
-  static std::size_t place(void* block) { return (reinterpret_cast<std::uintptr_t>(block) >> 4) * 2654435761u % SIZE; }
-
-  pthread_mutex_t fLock = PTHREAD_MUTEX_INITIALIZER;
-  void* fSlots[SIZE] = {};
-  std::uint32_t fLive = 0;
+/// For the table of blocks: neither counted nor failing.
+template <class T>
+struct Uncounted {
+  using value_type = T;
+  Uncounted() = default;
+  template <class U>
+  Uncounted(const Uncounted<U>&) {}
+  T* allocate(std::size_t n) { return static_cast<T*>(HEAP(malloc)(n * sizeof(T))); }
+  void deallocate(T* block, std::size_t) { HEAP(free)(block); }
+  bool operator==(const Uncounted&) const = default;
 };
-Blocks gBlocks;
 
-bool concerns(FaultMode mode, std::uint32_t kind) {
-  if (mode == FaultMode::INTERRUPTED) return (kind & (FAULT_OPEN | FAULT_READ | FAULT_WRITE | FAULT_CLOSE)) != 0;
-  if (mode == FaultMode::SHORT) return (kind & (FAULT_READ | FAULT_WRITE)) != 0;
-  return true;
+/// Those taken between the marks.
+struct Blocks {
+  bool add(void* block) {
+    const std::lock_guard hold(lock);
+    return live.insert(block).second;
+  }
+  bool remove(void* block) {
+    const std::lock_guard hold(lock);
+    return live.erase(block) != 0;
+  }
+  std::mutex lock;
+  std::unordered_set<void*, std::hash<void*>, std::equal_to<>, Uncounted<void*>> live;
+};
+/// Never destroyed: blocks are freed to the very end.
+Blocks& blocks() {
+  static Blocks& all = *new (HEAP(malloc)(sizeof(Blocks))) Blocks;
+  return all;
 }
 
-/// Counts a call. True if it is the one to be hit.
+/// Counts a call, of the kinds that the mode is about. True if it is the one to be hit.
 bool hit(std::uint32_t kind) {
-  const FaultMode mode = gMode;
-  if (!gCounting || gPaused != 0 || !concerns(mode, kind)) return false;
+  if (!gCounting || gPaused != 0 || (gCounted & kind) == 0) return false;
   const std::uint32_t call = ++gCalls;
-  const std::uint32_t target = gTarget;
-  if (mode == FaultMode::NONE || call < target || (call > target && mode != FaultMode::FROM_THEN)) return false;
+  if (call < gTarget || (call > gTarget && gMode != FaultMode::FROM_THEN)) return false;
   ++gDelivered;
   gKinds |= kind;
   return true;
 }
 
-/// The same for a call that a signal can interrupt. Sets errno.
+/// The same for a call that fails then. Sets errno.
 bool fails(std::uint32_t kind, int error) {
   if (!hit(kind)) return false;
   errno = gMode == FaultMode::INTERRUPTED ? EINTR : error;
   return true;
 }
+bool noHeap(void* caller) { return !gRuntime.holds(caller) && fails(FAULT_HEAP, ENOMEM); }
 
 /// Whether read or write goes on, with `n` made shorter.
 bool moves(std::uint32_t kind, int error, size_t& n) {
-  if (gMode == FaultMode::SHORT) {
-    if (n > 1 && hit(kind)) n = 1;
-    return true;
-  }
-  return !fails(kind, error);
-}
-
-bool noHeap(void* caller) {
-  if (gRuntime.holds(caller)) return false;
-  return gMode != FaultMode::INTERRUPTED && gMode != FaultMode::SHORT && fails(FAULT_HEAP, ENOMEM);
-}
-bool refused(std::uint32_t kind, int error) {
-  return gMode != FaultMode::INTERRUPTED && gMode != FaultMode::SHORT && fails(kind, error);
+  if (gMode != FaultMode::SHORT) return !fails(kind, error);
+  if (n > 1 && hit(kind)) n = 1;
+  return true;
 }
 
 void* noted(void* block, void* caller) {
-  if (block != nullptr && gCounting && gPaused == 0 && !gLinker.holds(caller)) gBlocks.add(block);
+  if (block != nullptr && gCounting && gPaused == 0 && !gLinker.holds(caller)) blocks().add(block);
   return block;
 }
 
-void forget(void* block) {
-  if (block != nullptr && gTracking) gBlocks.remove(block);
-}
-
-/// The function that this object hides.
+/// The function that this object hides. The look-up may take memory.
 template <class Function>
 Function* next(const char* name, Function*) {
   static_assert(sizeof(Function*) == sizeof(void*));
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
-/// Looked up before the marks, since the look-up takes memory.
-struct Next {
-  decltype(&::open) open = next("open", ::open);
-  decltype(&::openat) openat = next("openat", ::openat);
-  decltype(&::fopencookie) fopencookie = next("fopencookie", ::fopencookie);
-  decltype(&::opendir) opendir = next("opendir", ::opendir);
-  decltype(&::iconv_open) iconv_open = next("iconv_open", ::iconv_open);
-  decltype(&::read) read = next("read", ::read);
-  decltype(&::pread) pread = next("pread", ::pread);
-  decltype(&::readdir) readdir = next("readdir", ::readdir);
-  decltype(&::write) write = next("write", ::write);
-  decltype(&::pwrite) pwrite = next("pwrite", ::pwrite);
-  decltype(&::sendmsg) sendmsg = next("sendmsg", ::sendmsg);
-  decltype(&::lseek) lseek = next("lseek", ::lseek);
-  decltype(&::close) close = next("close", ::close);
-  decltype(&::closedir) closedir = next("closedir", ::closedir);
-  decltype(&::fstat) fstat = next("fstat", ::fstat);
-  decltype(&::readlink) readlink = next("readlink", ::readlink);
-  decltype(&::pthread_create) pthread_create = next("pthread_create", ::pthread_create);
-};
-
-const Next& runtime() {
-  static const Next found;
-  return found;
+  ++gPaused;
+  void* const found = dlsym(RTLD_NEXT, name);
+  --gPaused;
+  return reinterpret_cast<Function*>(found);
 }
 
 int findModules(dl_phdr_info* module, std::size_t, void*) {
@@ -200,109 +143,91 @@ int findModules(dl_phdr_info* module, std::size_t, void*) {
 
 }  // namespace
 
-#define EXPORTED __attribute__((visibility("default")))
+#pragma GCC visibility push(default)
 #define CALLER __builtin_return_address(0)
 
 extern "C" {
 
-EXPORTED void faultsStart(std::uint32_t n, FaultMode mode) {
-  runtime();
+void faultsStart(std::uint32_t n, FaultMode mode) {
+  constexpr std::uint32_t INTERRUPTIBLE = FAULT_OPEN | FAULT_READ | FAULT_WRITE | FAULT_CLOSE;
   dl_iterate_phdr(findModules, nullptr);
-  gTarget = n;
+  gTarget = mode == FaultMode::NONE ? ~0u : n;
   gMode = mode;
+  gCounted = mode == FaultMode::INTERRUPTED ? INTERRUPTIBLE : mode == FaultMode::SHORT ? FAULT_READ | FAULT_WRITE : ~0u;
   gCalls = gDelivered = gKinds = 0;
   gTracking = gCounting = true;
 }
-EXPORTED void faultsStop() { gCounting = false; }
-EXPORTED FaultsSeen faultsSeen() { return {gCalls, gDelivered, gKinds, gBlocks.live()}; }
-EXPORTED void faultsPause(int by) { gPaused += by; }
-
-EXPORTED void* malloc(size_t n) { return noHeap(CALLER) ? nullptr : noted(HEAP(malloc)(n), CALLER); }
-EXPORTED void* calloc(size_t count, size_t n) {
-  return noHeap(CALLER) ? nullptr : noted(HEAP(calloc)(count, n), CALLER);
+void faultsStop() { gCounting = false; }
+FaultsSeen faultsSeen() {
+  const std::lock_guard hold(blocks().lock);
+  return {gCalls, gDelivered, gKinds, static_cast<std::uint32_t>(blocks().live.size())};
 }
-EXPORTED void* realloc(void* block, size_t n) {
+void faultsPause(int by) { gPaused += by; }
+
+void* malloc(size_t n) { return noHeap(CALLER) ? nullptr : noted(HEAP(malloc)(n), CALLER); }
+void* calloc(size_t count, size_t n) { return noHeap(CALLER) ? nullptr : noted(HEAP(calloc)(count, n), CALLER); }
+void* realloc(void* block, size_t n) {
   if (noHeap(CALLER)) return nullptr;
-  const bool known = block != nullptr && gTracking && gBlocks.remove(block);
+  const bool known = block != nullptr && gTracking && blocks().remove(block);
   void* const moved = HEAP(realloc)(block, n);
-  if (moved == nullptr && n != 0 && known) gBlocks.add(block);
-  if (known && moved != nullptr) return gBlocks.add(moved), moved;
+  if (known && (moved != nullptr || n != 0)) blocks().add(moved != nullptr ? moved : block);
   return block == nullptr ? noted(moved, CALLER) : moved;
 }
-EXPORTED void* aligned_alloc(size_t alignment, size_t n) {
-  return noHeap(CALLER) ? nullptr : noted(HEAP(memalign)(alignment, n), CALLER);
-}
-EXPORTED int posix_memalign(void** block, size_t alignment, size_t n) {
+int posix_memalign(void** block, size_t alignment, size_t n) {
   void* const taken = noHeap(CALLER) ? nullptr : noted(HEAP(memalign)(alignment, n), CALLER);
-  if (taken == nullptr) return ENOMEM;
-  *block = taken;
-  return 0;
+  if (taken != nullptr) *block = taken;
+  return taken != nullptr ? 0 : ENOMEM;
 }
-EXPORTED void free(void* block) {
-  forget(block);
+void free(void* block) {
+  if (block != nullptr && gTracking) blocks().remove(block);
   HEAP(free)(block);
 }
 
-EXPORTED int open(const char* path, int flags, ...) {
+int open(const char* path, int flags, ...) {
   va_list args;
   va_start(args, flags);
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(args, mode_t) : 0;
   va_end(args);
-  return fails(FAULT_OPEN, EMFILE) ? -1 : runtime().open(path, flags, mode);
+  return fails(FAULT_OPEN, EMFILE) ? -1 : next("open", ::open)(path, flags, mode);
 }
-EXPORTED int openat(int directory, const char* path, int flags, ...) {
-  va_list args;
-  va_start(args, flags);
-  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(args, mode_t) : 0;
-  va_end(args);
-  return fails(FAULT_OPEN, EMFILE) ? -1 : runtime().openat(directory, path, flags, mode);
-}
-EXPORTED FILE* fopencookie(void* cookie, const char* mode, cookie_io_functions_t functions) {
-  return refused(FAULT_OPEN, ENOMEM) ? nullptr : runtime().fopencookie(cookie, mode, functions);
-}
-EXPORTED DIR* opendir(const char* path) { return refused(FAULT_OPEN, EMFILE) ? nullptr : runtime().opendir(path); }
-EXPORTED iconv_t iconv_open(const char* to, const char* from) {
-  return refused(FAULT_OPEN, ENOMEM) ? reinterpret_cast<iconv_t>(-1) : runtime().iconv_open(to, from);
+DIR* opendir(const char* path) { return fails(FAULT_OPEN, EMFILE) ? nullptr : next("opendir", ::opendir)(path); }
+iconv_t iconv_open(const char* to, const char* from) {
+  return gMode != FaultMode::INTERRUPTED && fails(FAULT_OPEN, ENOMEM) ? reinterpret_cast<iconv_t>(-1)
+                                                                      : next("iconv_open", ::iconv_open)(to, from);
 }
 
-EXPORTED ssize_t read(int descriptor, void* to, size_t n) {
-  return moves(FAULT_READ, EIO, n) ? runtime().read(descriptor, to, n) : -1;
+ssize_t read(int descriptor, void* to, size_t n) {
+  return moves(FAULT_READ, EIO, n) ? next("read", ::read)(descriptor, to, n) : -1;
 }
-EXPORTED ssize_t pread(int descriptor, void* to, size_t n, off_t offset) {
-  return moves(FAULT_READ, EIO, n) ? runtime().pread(descriptor, to, n, offset) : -1;
+dirent* readdir(DIR* directory) {
+  return gMode != FaultMode::SHORT && fails(FAULT_READ, EIO) ? nullptr : next("readdir", ::readdir)(directory);
 }
-EXPORTED dirent* readdir(DIR* directory) { return refused(FAULT_READ, EIO) ? nullptr : runtime().readdir(directory); }
-EXPORTED ssize_t write(int descriptor, const void* from, size_t n) {
-  return moves(FAULT_WRITE, ENOSPC, n) ? runtime().write(descriptor, from, n) : -1;
+ssize_t write(int descriptor, const void* from, size_t n) {
+  return moves(FAULT_WRITE, ENOSPC, n) ? next("write", ::write)(descriptor, from, n) : -1;
 }
-EXPORTED ssize_t pwrite(int descriptor, const void* from, size_t n, off_t offset) {
-  return moves(FAULT_WRITE, ENOSPC, n) ? runtime().pwrite(descriptor, from, n, offset) : -1;
+ssize_t sendmsg(int descriptor, const msghdr* message, int flags) {
+  return fails(FAULT_WRITE, ENOBUFS) ? -1 : next("sendmsg", ::sendmsg)(descriptor, message, flags);
 }
-EXPORTED ssize_t sendmsg(int descriptor, const msghdr* message, int flags) {
-  return refused(FAULT_WRITE, ENOBUFS) ? -1 : runtime().sendmsg(descriptor, message, flags);
+off_t lseek(int descriptor, off_t offset, int origin) {
+  return fails(FAULT_SEEK, EIO) ? -1 : next("lseek", ::lseek)(descriptor, offset, origin);
 }
-EXPORTED off_t lseek(int descriptor, off_t offset, int origin) {
-  return refused(FAULT_SEEK, EIO) ? -1 : runtime().lseek(descriptor, offset, origin);
+int close(int descriptor) {
+  const int closed = next("close", ::close)(descriptor);
+  return fails(FAULT_CLOSE, EIO) ? -1 : closed;
 }
-EXPORTED int close(int descriptor) {
-  const bool failed = gMode != FaultMode::SHORT && hit(FAULT_CLOSE);
-  const int closed = runtime().close(descriptor);
-  if (failed) errno = gMode == FaultMode::INTERRUPTED ? EINTR : EIO;
-  return failed ? -1 : closed;
+int closedir(DIR* directory) {
+  const int closed = next("closedir", ::closedir)(directory);
+  return fails(FAULT_CLOSE, EIO) ? -1 : closed;
 }
-EXPORTED int closedir(DIR* directory) {
-  const bool failed = refused(FAULT_CLOSE, EIO);
-  const int closed = runtime().closedir(directory);
-  return failed ? -1 : closed;
+int fstat(int descriptor, struct stat* status) noexcept {
+  return fails(FAULT_STATUS, EIO) ? -1 : next("fstat", ::fstat)(descriptor, status);
 }
-EXPORTED int fstat(int descriptor, struct stat* status) noexcept {
-  return refused(FAULT_STATUS, EIO) ? -1 : runtime().fstat(descriptor, status);
+ssize_t readlink(const char* path, char* out, size_t room) noexcept {
+  return fails(FAULT_STATUS, EIO) ? -1 : next("readlink", ::readlink)(path, out, room);
 }
-EXPORTED ssize_t readlink(const char* path, char* out, size_t room) noexcept {
-  return refused(FAULT_STATUS, EIO) ? -1 : runtime().readlink(path, out, room);
-}
-EXPORTED int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* argument) {
-  return refused(FAULT_THREAD, EAGAIN) ? EAGAIN : runtime().pthread_create(thread, attributes, body, argument);
+int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* argument) {
+  const auto create = next("pthread_create", ::pthread_create);
+  return fails(FAULT_THREAD, EAGAIN) ? EAGAIN : create(thread, attributes, body, argument);
 }
 
 }  // extern "C"

@@ -7,10 +7,10 @@
 
 /// What calls there are, one bit each.
 enum FaultKind : std::uint32_t {
-  FAULT_HEAP = 1,     // malloc, calloc, realloc, posix_memalign, aligned_alloc
-  FAULT_OPEN = 2,     // open, openat, fopencookie, opendir, iconv_open
-  FAULT_READ = 4,     // read, pread, readdir
-  FAULT_WRITE = 8,    // write, pwrite, sendmsg
+  FAULT_HEAP = 1,     // malloc, calloc, realloc, posix_memalign
+  FAULT_OPEN = 2,     // open, opendir, iconv_open
+  FAULT_READ = 4,     // read, readdir
+  FAULT_WRITE = 8,    // write, sendmsg
   FAULT_SEEK = 16,    // lseek
   FAULT_CLOSE = 32,   // close, closedir: the descriptor is gone all the same
   FAULT_STATUS = 64,  // fstat, readlink
@@ -22,7 +22,7 @@ enum class FaultMode : int {
   NONE,         // nothing: calls are counted
   ONCE,         // it fails
   FROM_THEN,    // it fails, and so do all later ones
-  INTERRUPTED,  // only open, read, write and close count: it is interrupted by a signal
+  INTERRUPTED,  // only those to open, read, write and close count: it is interrupted by a signal
   SHORT         // only read and write count: it moves a single byte
 };
 

@@ -40,14 +40,15 @@ void requireNothingLeft(const FaultScenario& scenario, int descriptor) {
 
 FaultsSeen runHere(const FaultScenario& scenario, std::uint32_t n, FaultMode mode) {
   const int descriptor = lowestFreeDescriptor();
-  FaultRun run(n, mode);
-  try {
-    scenario.run(run);
-  } catch (...) {
+  for (const bool calm : {false, true}) {
+    const FaultRun run(n, mode, calm);
+    try {
+      scenario.run(run);
+    } catch (...) {
+      require(false, "nothing leaves the scenario");
+    }
     run.stop();
-    require(false, "nothing leaves the scenario");
   }
-  run.stop();
   const FaultsSeen seen = faultsSeen();
   requireNothingLeft(scenario, descriptor);
   return seen;
@@ -64,13 +65,9 @@ bool runApart(const FaultScenario& scenario, std::uint32_t n, FaultMode mode, Fa
   int status = -1;
   waitpid(child, &status, 0);
   if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return true;
-  std::fprintf(stderr, "%s: mode %d (%s), call %u: ", scenario.name, static_cast<int>(mode),
-               MODES[static_cast<int>(mode)], n);
-  if (WIFSIGNALED(status)) {
-    std::fprintf(stderr, "signal %d%s\n", WTERMSIG(status), WTERMSIG(status) == SIGALRM ? ", it hung" : "");
-  } else {
-    std::fprintf(stderr, "status %d\n", WEXITSTATUS(status));
-  }
+  const int m = static_cast<int>(mode), by = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+  std::fprintf(stderr, "%s: mode %d (%s), call %u: signal %d%s, status %d\n", scenario.name, m, MODES[m], n, by,
+               by == SIGALRM ? " (it hung)" : "", WEXITSTATUS(status));
   return false;
 }
 
@@ -108,11 +105,9 @@ int faultLoop(int argc, char** argv, const FaultScenario& scenario) {
   }
   void* const page = mmap(nullptr, sizeof(FaultsSeen), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   auto& seen = *new (page) FaultsSeen{};
-  std::uint32_t failures = 0;
+  int failures = 0;
   for (int mode = 0; mode < static_cast<int>(std::size(MODES)); ++mode) {
-    std::uint32_t runs = 0;
-    std::uint64_t delivered = 0;
-    std::uint32_t kinds = 0;
+    std::uint32_t runs = 0, delivered = 0, kinds = 0;
     do {
       seen = {};
       if (!runApart(scenario, ++runs, static_cast<FaultMode>(mode), seen)) {
@@ -122,8 +117,8 @@ int faultLoop(int argc, char** argv, const FaultScenario& scenario) {
       delivered += seen.delivered;
       kinds |= seen.kinds;
     } while (seen.delivered != 0);
-    std::printf("%-10s %-12s %5u runs %7llu faults, kinds %3x, %u calls at the end\n", scenario.name, MODES[mode], runs,
-                static_cast<unsigned long long>(delivered), kinds, seen.calls);
+    std::printf("%-10s %-12s %5u runs %7u faults, kinds %3x, %u calls at the end\n", scenario.name, MODES[mode], runs,
+                delivered, kinds, seen.calls);
     std::fflush(stdout);
   }
   return failures == 0 ? 0 : 1;

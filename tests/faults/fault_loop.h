@@ -3,30 +3,11 @@
 // Runs a scenario with its n-th call failing, for every n until a run passes with no fault delivered.
 
 #include <cstdint>
+#include <new>
 
 #include "tests/faults/fault_calls.h"
 #include "zqcore27/core/core.h"
-
-/// One run, in a process of its own.
-class FaultRun {
- public:
-  FaultRun(std::uint32_t n, FaultMode mode) : fN(n), fMode(mode) {}
-
-  void start() { faultsStart(fN, fMode); }
-  /// From here on everything works.
-  void stop() { faultsStop(); }
-
-  /// Whether a call failed, of one of these kinds. A call that was interrupted or cut short is no failure: it has to be
-  /// as if nothing had been.
-  bool failed(std::uint32_t kinds = ~0u) const {
-    return fMode != FaultMode::INTERRUPTED && fMode != FaultMode::SHORT && (faultsSeen().kinds & kinds) != 0;
-  }
-  FaultMode mode() const { return fMode; }
-
- private:
-  std::uint32_t fN;
-  FaultMode fMode;
-};
+#include "zqcore27/errors/mem_error.h"
 
 /// Ends the run as a failure unless `holds`.
 void require(bool holds, const char* what, int line = __builtin_LINE(), const char* file = __builtin_FILE());
@@ -34,6 +15,46 @@ void require(bool holds, const char* what, int line = __builtin_LINE(), const ch
 void requireText(const std::uint16_t* is, const char* expected, int line = __builtin_LINE(),
                  const char* file = __builtin_FILE());
 bool sameText(const std::uint16_t* is, const char* expected);
+
+/// One run, in a process of its own, or the calm one behind it: whatever failed, it is over, and everything works.
+class FaultRun {
+ public:
+  FaultRun(std::uint32_t n, FaultMode mode, bool calm) : fN(n), fMode(mode), fCalm(calm) {}
+
+  void start() const {
+    if (!fCalm) faultsStart(fN, fMode);
+  }
+  void stop() const { faultsStop(); }
+
+  /// Whether a call failed, of one of these kinds. A call that was interrupted or cut short is no failure: it has to be
+  /// as if nothing had been.
+  bool failed(std::uint32_t kinds = ~0u) const { return !fCalm && ever_failed(kinds); }
+  /// The same, in the run before a calm one too.
+  bool ever_failed(std::uint32_t kinds = ~0u) const {
+    return fMode != FaultMode::INTERRUPTED && fMode != FaultMode::SHORT && (faultsSeen().kinds & kinds) != 0;
+  }
+  /// Whether all later calls fail as well.
+  bool goes_on_failing() const { return !fCalm && fMode == FaultMode::FROM_THEN; }
+
+ private:
+  std::uint32_t fN;
+  FaultMode fMode;
+  bool fCalm;
+};
+
+/// False if there was no memory for `use`.
+template <class Use>
+bool hadMemory(const FaultRun& run, Use use) {
+  try {
+    use();
+    return true;
+  } catch (const MemError& e) {
+    require(e.code() == MemError::HEAP_EXHAUSTED && e.fatal(), "the error of an exhausted heap");
+  } catch (const std::bad_alloc&) {
+  }
+  require(run.failed(FAULT_HEAP), "there was no memory");
+  return false;
+}
 
 /// What a linked host does at the end of a run, by hand, since a forked child leaves it: all memory has to go with it.
 inline void giveUpCore() {
@@ -43,8 +64,8 @@ inline void giveUpCore() {
 
 struct FaultScenario {
   const char* name;
-  /// Starts and stops the run; gives back all that it took, but for the core.
-  void (*run)(FaultRun& run);
+  /// Starts and stops the run; gives back all that it took, but for the core. Is called twice: the second run is calm.
+  void (*run)(const FaultRun& run);
   void (*end)() = giveUpCore;
   std::uint32_t kept = 0;  // blocks that stay for the life of the process
 };

@@ -4,19 +4,15 @@
 #include <cstdint>
 #include <future>
 #include <memory>
-#include <new>
 #include <thread>
 #include <vector>
 
 #include "tests/faults/fault_loop.h"
-#include "zqcore27/errors/mem_error.h"
 #include "zqcore27/threads/pool.h"
 #include "zqcore27/threads/thread_error.h"
 #include "zqcore27/threads/thread_requester.h"
 
 namespace {
-
-constexpr std::size_t JOBS = 24;
 
 struct Job {
   std::atomic<int> ran{0}, cleaned{0};
@@ -45,26 +41,21 @@ void* cleanUp(void* job) {
 template <class Submit>
 bool done(const FaultRun& run, Submit submit) {
   try {
-    submit();
-    return true;
+    return hadMemory(run, submit);
   } catch (const ThreadError& e) {
     require(e.code() == ThreadError::SYSTEM_CALL_FAILED && !e.fatal(), "the error of a thread that can't be had");
     require(run.failed(FAULT_THREAD | FAULT_HEAP), "and it couldn't");
-  } catch (const MemError& e) {
-    require(e.code() == MemError::HEAP_EXHAUSTED && run.failed(FAULT_HEAP), "no memory");
-  } catch (const std::bad_alloc&) {
-    require(run.failed(FAULT_HEAP), "no memory");
+    return false;
   }
-  return false;
 }
 
 /// One client's jobs, and how they went.
 class Client {
  public:
   void submitTo(const FaultRun& run, ThreadPool& pool, bool waits) {
-    for (std::size_t i = 0; i < JOBS; ++i) fJobs[i].accepted = submit(run, pool, throws(i) ? fail : work, fJobs[i]);
+    for (std::size_t i = 0; i < JOBS; ++i) submit(run, pool, throws(i) ? fail : work, fJobs[i]);
     ThreadRequester requester(&pool);
-    fLeft.accepted = submit(run, pool, work, fLeft, &requester);
+    submit(run, pool, work, fLeft, &requester);
     requester.clearRequests();
     for (int i = 1; i <= 3; ++i) {
       done(run, [&] {
@@ -83,11 +74,12 @@ class Client {
   }
 
  private:
+  static constexpr std::size_t JOBS = 24;
   static bool throws(std::size_t i) { return i % 6 == 4; }
 
-  static bool submit(const FaultRun& run, ThreadPool& pool, Request::Function function, Job& job,
+  static void submit(const FaultRun& run, ThreadPool& pool, Request::Function function, Job& job,
                      const ThreadRequester* requester = nullptr) {
-    return done(run, [&] {
+    job.accepted = done(run, [&] {
       auto arg = std::make_unique<FlaggedArg>(&job);
       require(pool.addRequestToPool(function, arg.get(), requester, cleanUp, &job) != 0, "an open pool accepts");
       static_cast<void>(arg.release());
@@ -99,7 +91,8 @@ class Client {
 };
 
 /// Two clients at a pool. With `standing` 0 it has the workers alone that it takes in need.
-void load(FaultRun& run, std::uint16_t standing, bool faults) {
+template <std::uint16_t standing>
+void load(const FaultRun& run) {
   std::unique_ptr<ThreadPool> pool;
   Client here, there;
   std::atomic<bool> go{false};
@@ -107,7 +100,7 @@ void load(FaultRun& run, std::uint16_t standing, bool faults) {
     go.wait(false);
     if (pool != nullptr) there.submitTo(run, *pool, standing != 0);
   });
-  if (faults) run.start();
+  run.start();
   done(run, [&] { pool = std::make_unique<ThreadPool>(standing, 3); });
   if (pool != nullptr) pool->setMaxNumThreads(5);
   go = true;
@@ -119,21 +112,14 @@ void load(FaultRun& run, std::uint16_t standing, bool faults) {
   }
   require(pool != nullptr || run.failed(), "a pool");
   pool.reset();
-  if (faults) run.stop();
+  run.stop();
   here.check();
   there.check();
-}
-
-template <std::uint16_t standing>
-void loadTwice(FaultRun& run) {
-  load(run, standing, true);
-  FaultRun calm(0, FaultMode::SHORT);  // whatever failed, it is over
-  load(calm, standing, false);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  const int standing = faultLoop(argc, argv, {"pool", loadTwice<2>});
-  return argc == 1 && standing == 0 ? faultLoop(argc, argv, {"pool, none", loadTwice<0>}) : standing;
+  const int standing = faultLoop(argc, argv, {"pool", load<2>});
+  return argc == 1 && standing == 0 ? faultLoop(argc, argv, {"pool, none", load<0>}) : standing;
 }

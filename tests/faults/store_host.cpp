@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
-#include <new>
 #include <string>
 #include <vector>
 
@@ -12,23 +11,8 @@
 #include "zqcore27/blocks/supa_block.h"
 #include "zqcore27/blocks/supa_block_iterator.h"
 #include "zqcore27/blocks/tree_iterator.h"
-#include "zqcore27/errors/mem_error.h"
 
 namespace {
-
-/// True if `change` was made; false if there was no memory for it.
-template <class Change>
-bool made(const FaultRun& run, Change change) {
-  try {
-    change();
-    return true;
-  } catch (const MemError& e) {
-    require(e.code() == MemError::HEAP_EXHAUSTED && e.fatal() && run.failed(FAULT_HEAP), "no memory");
-  } catch (const std::bad_alloc&) {
-    require(run.failed(FAULT_HEAP), "no memory");
-  }
-  return false;
-}
 
 const unsigned char* bytesOf(const std::string& text) { return reinterpret_cast<const unsigned char*>(text.data()); }
 
@@ -44,7 +28,7 @@ class Store {
     hints.fMinBlocks = 4;
     hints.fMaxBlocks = 20;
     hints.fDirShift = 1;
-    return made(fRun, [&] { fStore = std::make_unique<SupaBlock>(SupaBlock::SB_DIRECTORY, hints); });
+    return hadMemory(fRun, [&] { fStore = std::make_unique<SupaBlock>(SupaBlock::SB_DIRECTORY, hints); });
   }
 
   void grow() {
@@ -77,31 +61,24 @@ class Store {
   void change(int kind, std::size_t at, const std::string& text) {
     const auto idx = static_cast<std::int32_t>(at);
     const auto size = static_cast<unsigned int>(text.size());
-    const auto place = fModel.begin() + idx;
-    const std::int32_t before = fStore->getSize();
-    bool done = false;
-    if (kind == 4 && at != fModel.size()) {
+    const bool there = at != fModel.size(), rewrite = kind == 3 && there;
+    if (kind == 4 && there) {
       fStore->deleteBlock(idx);  // raises nothing
-      const FaultPause pause;
-      fModel.erase(place);
-      return;
-    }
-    if (kind == 3 && at != fModel.size()) {
-      done = made(fRun, [&] { require(fStore->replace(idx, bytesOf(text), size), "a block is rewritten"); });
-      const FaultPause pause;
-      if (done) *place = text;
+      fModel.erase(fModel.begin() + idx);
+    } else if (!hadMemory(fRun, [&] {
+                 require(rewrite ? fStore->replace(idx, bytesOf(text), size) : fStore->insert(idx, bytesOf(text), size),
+                         "a block is put in");
+               })) {
+      check();  // of which nothing has changed
     } else {
-      done = made(fRun, [&] { require(fStore->insert(idx, bytesOf(text), size), "a block is put in"); });
       const FaultPause pause;
-      if (done) fModel.insert(place, text);
+      rewrite ? void(fModel[at] = text) : void(fModel.insert(fModel.begin() + idx, text));
     }
-    if (!done) require(fStore->getSize() == before, "a change that failed leaves the size");
-    if (!done) check();
   }
 
   /// Iterators see every block, whatever was changed before them.
   void walk() {
-    made(fRun, [&] {
+    hadMemory(fRun, [&] {
       const std::unique_ptr<SupaBlockIterator> it(new SupaBlockIterator(fStore.get(), -1));
       std::size_t seen = 0;
       while (it->nextBlock(nullptr) != nullptr) ++seen;
@@ -122,7 +99,7 @@ class Tree {
   bool make() {
     SupaBlockHints hints;
     hints.fAvgRuns = 2;
-    return made(fRun, [&] { fTree = std::make_unique<SBTree>(hints); });
+    return hadMemory(fRun, [&] { fTree = std::make_unique<SBTree>(hints); });
   }
 
   /// A chain of NODES levels, each with a leaf beside it.
@@ -130,25 +107,25 @@ class Tree {
     for (std::uint32_t i = 0; i < NODES; ++i) {
       const std::uint32_t runs[2] = {i < 2 ? 0 : i - 2, i < 2 ? 0 : i - 1};
       const unsigned int count = i % 2 == 0 && i != 0 ? 1 : 0;
-      while (!made(fRun, [&] { fTree->buildTreeNode(i, reinterpret_cast<const unsigned char*>(runs), count); })) {
+      while (!hadMemory(fRun, [&] { fTree->buildTreeNode(i, reinterpret_cast<const unsigned char*>(runs), count); })) {
         require(!hasNode(i), "a node that wasn't made isn't there");
-        if (fRun.mode() == FaultMode::FROM_THEN) return;
+        if (fRun.goes_on_failing()) return;
       }
       fTree->setRootNodeIdx(i);
     }
     check(NODES);
     std::unique_ptr<TreeIterator> walk;
-    const bool walks = made(fRun, [&] { walk.reset(fTree->newIter()); });
+    const bool walks = hadMemory(fRun, [&] { walk.reset(fTree->newIter()); });
     // A step that fails is none.
     std::uint32_t steps = 0;
     bool ended = !walks;
     for (std::uint32_t tries = 0; tries < 2 * NODES && !ended; ++tries) {
-      made(fRun, [&] {
+      hadMemory(fRun, [&] {
         ended = walk->nextDFNode(false) == SBTree::IDX_NONE;
         if (!ended) ++steps;
       });
     }
-    require(!walks || (ended ? steps == NODES - 1 : fRun.mode() == FaultMode::FROM_THEN), "a walk sees every node");
+    require(!walks || (ended ? steps == NODES - 1 : fRun.goes_on_failing()), "a walk sees every node");
     insertAndDelete();
   }
 
@@ -163,7 +140,7 @@ class Tree {
   /// Puts a leaf in under the root and takes it away again: all other nodes are repaired, or stay.
   void insertAndDelete() {
     for (int round = 0; round < 12; ++round) {
-      if (!made(fRun, [&] { fTree->buildTreeNodeInsert(NODES - 2, nullptr, 0); })) {
+      if (!hadMemory(fRun, [&] { fTree->buildTreeNodeInsert(NODES - 2, nullptr, 0); })) {
         check(NODES);
         continue;
       }
@@ -172,10 +149,10 @@ class Tree {
       check(NODES);
     }
     Bitmap bits;
-    if (made(fRun, [&] { bits.set(3), fTree->terminatorHints(bits), fTree->cloneHints(bits); })) {
+    if (hadMemory(fRun, [&] { bits.set(3), fTree->terminatorHints(bits), fTree->cloneHints(bits); })) {
       require(!fTree->indexIsAParent(3) && fTree->indexIsAParent(4), "hints that were taken");
     }
-    if (made(fRun, [&] { fTree->clearTreeNodes(); })) {
+    if (hadMemory(fRun, [&] { fTree->clearTreeNodes(); })) {
       require(!hasNode(0), "an empty tree");
     } else {
       check(NODES);
@@ -198,22 +175,16 @@ class Tree {
 };
 
 template <class Grown>
-void growTwice(FaultRun& run) {
-  {
-    Grown grown(run);
-    run.start();
-    if (grown.make()) grown.grow();
-    run.stop();
-  }
-  const FaultRun calm(0, FaultMode::SHORT);  // whatever failed, it is over
-  Grown grown(calm);
-  require(grown.make(), "another one");
-  grown.grow();
+void grow(const FaultRun& run) {
+  Grown grown(run);
+  run.start();
+  if (grown.make()) grown.grow();
+  run.stop();
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  const int store = faultLoop(argc, argv, {"store", growTwice<Store>});
-  return argc == 1 && store == 0 ? faultLoop(argc, argv, {"tree", growTwice<Tree>}) : store;
+  const int store = faultLoop(argc, argv, {"store", grow<Store>});
+  return argc == 1 && store == 0 ? faultLoop(argc, argv, {"tree", grow<Tree>}) : store;
 }

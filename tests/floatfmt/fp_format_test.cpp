@@ -11,6 +11,7 @@
 #include <optional>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "zqcore27/floatfmt/fp_error.h"
@@ -191,12 +192,6 @@ TEST(FpFormatTest, NumbersLieInMemoryAsTheMachineHasThem) {
       {__LINE__, 3, readOnly, "0000000000000001", high0},
       {__LINE__, 1, 0x1p127, "00000000", 0.0},                        // no place for its exponent
       {__LINE__, 1, -0x1p127, "00800000", special(1)},                // ... and this falls on a mark
-      {__LINE__, 1, 0x1p-127, "40010000", 0x1p-127},                  // a subnormal float, and back
-      {__LINE__, 1, readOnly, "80000000", 0x1p-126},                  // exponent 1: too small for a float
-      {__LINE__, 1, readOnly, "80800000", 0x1p-126},                  // its sign is lost
-      {__LINE__, 1, readOnly, "00000100", 0x1p-126},                  // exponent 0 with a fraction
-      {__LINE__, 1, readOnly, "00010000", 0},                         // exponent 2 spells the float's bits 0
-      {__LINE__, 1, readOnly, "00810100", -0x1p-149},                 // ... and a subnormal
       {__LINE__, 1, -0x1.56789ap-100, "ab8e4d3c", -0x1.56789ap-100},  // each digit of each field at its own place
       {__LINE__, 1, 0x1.23456789abcdep77, "1167b3a2d5c4f0e6", 0x1.23456789abcdep77},
       {__LINE__, 1, -0.0, "00c1000000000000", -2.0},
@@ -212,29 +207,6 @@ TEST(FpFormatTest, NumbersLieInMemoryAsTheMachineHasThem) {
     const FpFormat f = converter(row.code, width);
     EXPECT_EQ(row.value ? put(f, *row.value, width) : row.stored, row.stored);
     EXPECT_EQ(bits(get(f, row.stored)), bits(row.back));
-  }
-}
-
-TEST(FpFormatTest, KindFourIsRefusedAndNothingWritten) {
-  for (int code = 1; code <= 11; ++code) {
-    for (const std::size_t width : {std::size_t{4}, std::size_t{8}}) {
-      const FpFormat f = converter(code, width);
-      const double values[] = {1, fromBits(0x7f66778300000000), 2};
-      unsigned char bytes[24] = {};
-      EXPECT_EQ(raised([&] { f.putHostValue(bytes, values[1]); }), FPError::NOT_STORABLE);
-      EXPECT_EQ(hex(bytes, 8), std::string(16, '0'));
-      EXPECT_EQ(raised([&] { f.putHostValues(bytes, values, 3, width); }), FPError::NOT_STORABLE);
-      EXPECT_EQ(f.getHostValue(bytes), 1.0) << "what stands before it is written";
-      EXPECT_EQ(hex(bytes + width, 16), std::string(32, '0'));
-      std::vector<double> many(600, 1.0);
-      many[300] = values[1];
-      std::vector<unsigned char> column(many.size() * width);
-      EXPECT_EQ(raised([&] { f.putHostValues(column.data(), many.data(), many.size(), width); }),
-                FPError::NOT_STORABLE);
-      EXPECT_EQ(f.getHostValue(&column[299 * width]), 1.0);
-      EXPECT_TRUE(std::all_of(column.begin() + static_cast<std::ptrdiff_t>(300 * width), column.end(),
-                              [](unsigned char byte) { return byte == 0; }));
-    }
   }
 }
 
@@ -264,11 +236,10 @@ TEST(FpFormatTest, ARefusedSetUpLeavesAConverterReadyAndWithinItsWidth) {
     EXPECT_EQ(raisedByUse(f), 0u) << "the flag was left as it was";
   }
   FpFormat f = converter(1, 8);
-  EXPECT_EQ(setUp(f, 3, 8), 1);  // no longer VAX
-  EXPECT_EQ(get(f, "3ff0000000000000"), 1.0);
-  EXPECT_EQ(setUp(f, 2, 8), 0);  // no longer swapped
-  EXPECT_EQ(get(f, "000000000000f03f"), 1.0);
-
+  for (const auto& [code, result, one] : {std::tuple{3, 1, "3ff0000000000000"}, {2, 0, "000000000000f03f"}}) {
+    EXPECT_EQ(setUp(f, code, 8), result);
+    EXPECT_EQ(get(f, one), 1.0) << "neither VAX nor swapped as before";
+  }
   std::int32_t status = 7;
   EXPECT_EQ(raised([&] { FpFormat(2, 5, &status); }), FPError::BAD_WIDTH);
   EXPECT_EQ(status, 7);
@@ -277,10 +248,10 @@ TEST(FpFormatTest, ARefusedSetUpLeavesAConverterReadyAndWithinItsWidth) {
   FpFormat(2, 8, nullptr);
 }
 
+// Kind 4, which can't be stored, ends both at the same place.
 TEST(FpFormatTest, ArraysGiveWhatSingleCallsGiveOneAfterTheOther) {
-  constexpr unsigned int SEED = 20260212;
   constexpr std::size_t MOST = 1000, VALUES_AT = 16, BEHIND = VALUES_AT + MOST * 8 + 3;
-  std::mt19937 random(SEED);
+  std::mt19937 random(20260212);
   const auto oneOf = [&](std::initializer_list<std::size_t> choices) {
     return choices.begin()[random() % choices.size()];
   };
@@ -290,8 +261,8 @@ TEST(FpFormatTest, ArraysGiveWhatSingleCallsGiveOneAfterTheOther) {
     const int code = 1 + static_cast<int>(random() % 11);
     const std::size_t width = oneOf({4, 8}), stride = oneOf({0, 3, width, width, width + 1, 24});
     const std::size_t n = oneOf({0, 1, 255, MOST, MOST}), at = oneOf({0, 3, 24, BEHIND, BEHIND, BEHIND});
-    SCOPED_TRACE(testing::Message() << "seed " << SEED << ", code " << code << ", width " << width << ", stride "
-                                    << stride << ", stored at " << at << ", n " << n);
+    SCOPED_TRACE(testing::Message() << "code " << code << ", width " << width << ", stride " << stride << ", stored at "
+                                    << at << ", n " << n);
     const FpFormat f = converter(code, width);
     std::vector<std::uint64_t> one(noise);
     auto* const stored = reinterpret_cast<unsigned char*>(one.data()) + at;  // over the values, or behind them
@@ -312,16 +283,21 @@ TEST(FpFormatTest, ArraysGiveWhatSingleCallsGiveOneAfterTheOther) {
     }
     f.getHostValues(column, values, n, stride);
     ASSERT_TRUE(one == all) << "read";
-    if (at == BEHIND) {  // nothing that is left unwritten may look written
-      for (auto* const words : {&one, &all})
-        std::memset(reinterpret_cast<unsigned char*>(words->data()) + at, 0xA5, n * width);
+    const bool refused = n != 0 && round % 2 == 0;
+    const std::size_t refusedAt = VALUES_AT / 8 + random() % MOST;
+    for (auto* const words : {&one, &all}) {  // nothing that is left unwritten may look written
+      if (at == BEHIND) std::memset(reinterpret_cast<unsigned char*>(words->data()) + at, 0xA5, n * width);
+      if (refused) (*words)[refusedAt] = 0x7f66778300000000;
     }
-    for (std::size_t i = 0; i < n; ++i) {
-      QUIETS ? f.putHostValues(stored + i * stride, bare(i), 1, width)
-             : f.putHostValue(stored + i * stride, fromBits(one[VALUES_AT / 8 + i]));
-    }
-    f.putHostValues(column, values, n, stride);
+    const std::uint32_t error = raised([&] {
+      for (std::size_t i = 0; i < n; ++i) {
+        QUIETS ? f.putHostValues(stored + i * stride, bare(i), 1, width)
+               : f.putHostValue(stored + i * stride, fromBits(one[VALUES_AT / 8 + i]));
+      }
+    });
+    ASSERT_EQ(raised([&] { f.putHostValues(column, values, n, stride); }), error);
     ASSERT_TRUE(one == all) << "written";
+    ASSERT_EQ(at == BEHIND && error != 0, at == BEHIND && refused && refusedAt < VALUES_AT / 8 + n);
   }
 }
 

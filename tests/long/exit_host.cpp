@@ -12,22 +12,11 @@
 
 #include "tests/long/use_library.h"
 #include "zqcore27/core/core.h"
-#include "zqcore27/threads/pool.h"
 #include "zqcore27/threads/thread.h"
-#include "zqcore27/threads/thread_requester.h"
 
 namespace {
 
 std::string gDirectory;
-
-void useAll() {
-  readConfiguration(gDirectory, true);
-  readConfiguration(gDirectory, false);
-  for (std::uint32_t i = 0; i < LongRunFiles::WORDS; i += 7) lookUp(i);
-  ThreadPool pool(2, 2);
-  ThreadRequester requester(&pool);
-  require(requester.submit([] { return 42; }).get() == 42, "a result");
-}
 
 int waitFor(pid_t child) {
   int status = -1;
@@ -39,7 +28,7 @@ int waitFor(pid_t child) {
 int forkAndUse() {
   ThreadPool pool(3, 3);
   ThreadRequester requester(&pool);
-  useAll();
+  useAll(gDirectory);
   gCore->fThreads->registerThread();
   for (std::uint32_t i = 0; i < rounds(5, 500); ++i) {
     require(requester.submit([] { return 1; }).get() == 1, "a result");
@@ -50,12 +39,12 @@ int forkAndUse() {
       alarm(60);
       require(gCore->fThreads->getThisId() != parent && gCore->fThreads->depth(0) == 0, "a thread of its own");
       gCore->fThreads->registerThread();
-      useAll();
+      useAll(gDirectory);
       std::_Exit(0);
     }
     require(waitFor(child) == 0, "the child used the library");
   }
-  useAll();
+  useAll(gDirectory);
   return 0;
 }
 
@@ -64,7 +53,7 @@ struct Late {
   ~Late() {
     ThreadRequester requester(&pool);
     require(requester.submit([] { return 7; }).get() == 7, "a result of its pool");
-    useAll();
+    useAll(gDirectory);
     require(text.toUTF8() == "still there", "its text");
   }
   const String text{"still there"};
@@ -146,7 +135,7 @@ int main(int argc, char** argv) {
     endWhileThreadsRun(mode == "held");
   }
   static const LongRunFiles files;
-  gDirectory = std::filesystem::path(files.path("long.conf")).parent_path();
+  gDirectory = files.directory();
   if (mode == "fork") return forkAndUse();
   if (mode == "repeat") return repeat(argv[0]), 0;
   if (mode != "statics") return 2;

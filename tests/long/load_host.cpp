@@ -27,11 +27,10 @@ void loadAndUse(const char* plugin, const char* library, const std::string& dire
 
 int main(int, char** argv) {
   const LongRunFiles files;
-  const std::string directory = std::filesystem::path(files.path("long.conf")).parent_path();
-  loadAndUse(argv[1], argv[2], directory);
+  loadAndUse(argv[1], argv[2], files.directory());
   const std::uint32_t loads = rounds(20, 1000);
   const std::size_t before = bytesInUse();
-  for (std::uint32_t i = 0; i < loads; ++i) loadAndUse(argv[1], argv[2], directory);
+  for (std::uint32_t i = 0; i < loads; ++i) loadAndUse(argv[1], argv[2], files.directory());
   const std::size_t after = bytesInUse();
   std::printf("%u loads: %zu bytes before, %zu after\n", loads, before, after);
   require(after <= before + loads * KEPT_OF_A_LOAD + TOLERANCE, "memory stays what it was");

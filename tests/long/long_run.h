@@ -43,32 +43,24 @@ inline void require(bool holds, const char* what, int line = __builtin_LINE(), c
 /// Files that the hosts read.
 class LongRunFiles {
  public:
-  static constexpr std::uint32_t STATEMENTS = 800;  // two blocks of the reader
+  static constexpr std::int32_t STATEMENTS = 800;  // two blocks of the reader
   static constexpr std::uint32_t FIRST_WORD = 0xC2010100, WORDS = 60;
 
   LongRunFiles() {
     std::string text;
-    for (std::uint32_t i = 0; i < STATEMENTS; ++i)
-      text += "name = " + std::to_string(i) + ", \"a text of some size\"\n";
+    for (int i = 0; i < STATEMENTS; ++i) text += "name = " + std::to_string(i) + ", \"a text of some size\"\n";
     fDirectory.write("long.conf", text);
     fDirectory.write("short.conf", "name = 0, \"not closed\n");
-    CatalogueBuilder words;
-    words.texts[0xC2000109] = u"not closed in words";
-    fDirectory.write("strings_200__en.cst", words.bytes());
-    words.texts.clear();
-    for (std::uint32_t i = 0; i < WORDS; ++i)
-      words.texts[FIRST_WORD + i] =
-          u"\x13"
-          u"1 before word " +
-          number(i);
+    CatalogueBuilder error, words;
+    error.texts[0xC2000109] = u"not closed in words";
+    fDirectory.write("strings_200__en.cst", error.bytes());
+    for (std::uint32_t i = 0; i < WORDS; ++i) {
+      words.texts[FIRST_WORD + i] = withValues(u"$1 before word " + twoDigits(i));
+    }
     fDirectory.write("strings_201__en.cst", words.bytes());
     setenv("tavio_language", fDirectory.path().c_str(), 1);
   }
-  std::string path(const char* name) const { return fDirectory / name; }
-
-  static std::u16string number(std::uint32_t i) {
-    return {static_cast<char16_t>('0' + i / 10), static_cast<char16_t>('0' + i % 10)};
-  }
+  std::string directory() const { return fDirectory.path().string(); }
 
  private:
   TempDir fDirectory;

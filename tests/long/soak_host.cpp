@@ -10,9 +10,7 @@
 
 #include "tests/long/use_library.h"
 #include "zqcore27/core/core.h"
-#include "zqcore27/threads/pool.h"
 #include "zqcore27/threads/thread.h"
-#include "zqcore27/threads/thread_requester.h"
 
 namespace {
 
@@ -36,14 +34,6 @@ void usePool(ThreadPool& pool, std::uint32_t operations) {
     } catch (const RequestCancelled&) {
     }
   }
-}
-
-void useCatalogues(std::uint32_t operations) {
-  for (std::uint32_t i = 0; i < operations; ++i) lookUp(i * 7 % LongRunFiles::WORDS);
-}
-
-void useFiles(const std::string& directory, std::uint32_t operations) {
-  for (std::uint32_t i = 0; i < operations; i += 10) readConfiguration(directory, i % 100 == 0), ++gThreads;
 }
 
 /// A thread that finds what it stored in the registry.
@@ -78,9 +68,13 @@ void phase(ThreadPool& pool, const std::string& directory, std::uint32_t operati
   std::vector<std::thread> threads;
   for (int twice = 0; twice < 2; ++twice) {
     threads.emplace_back([&] { usePool(pool, operations); });
-    threads.emplace_back([&] { useCatalogues(operations); });
-    threads.emplace_back([&] { useFiles(directory, operations); });
     threads.emplace_back([&] { useRegistry(operations); });
+    threads.emplace_back([&] {
+      for (std::uint32_t i = 0; i < operations; ++i) lookUp(i * 7 % LongRunFiles::WORDS);
+    });
+    threads.emplace_back([&] {
+      for (std::uint32_t i = 0; i < operations; i += 10, ++gThreads) readConfiguration(directory, i % 100 == 0);
+    });
   }
   for (std::thread& thread : threads) thread.join();
   gOperations += std::uint64_t{8} * operations;
@@ -90,7 +84,6 @@ void phase(ThreadPool& pool, const std::string& directory, std::uint32_t operati
 
 int main() {
   const LongRunFiles files;
-  const std::string directory = std::filesystem::path(files.path("long.conf")).parent_path();
   const std::uint32_t operations = rounds(1000, 20000);
   auto pool = std::make_unique<ThreadPool>(std::uint16_t{4}, std::uint16_t{8});
   pool->setMaxNumThreads(4);  // extra workers come and go by chance
@@ -98,7 +91,7 @@ int main() {
   std::uint64_t threadsBefore = 0;
   for (std::uint32_t i = 0; i < PHASES; ++i) {
     if (i == WARM_UP) before = bytesInUse(), threadsBefore = gThreads;
-    phase(*pool, directory, operations);
+    phase(*pool, files.directory(), operations);
   }
   const std::size_t after = bytesInUse();
   const std::size_t kept = static_cast<std::size_t>(gThreads - threadsBefore) * KEPT_OF_A_THREAD;

@@ -7,6 +7,8 @@
 #include "zqcore27/config/config.h"
 #include "zqcore27/config/config_error.h"
 #include "zqcore27/files/file_locator.h"
+#include "zqcore27/threads/pool.h"
+#include "zqcore27/threads/thread_requester.h"
 
 /// Reads a file to its end, or to its error, which is put into words.
 inline void readConfiguration(const std::string& directory, bool whole) {
@@ -33,6 +35,14 @@ inline void lookUp(std::uint32_t word) {
   CStrEnterprise words(nullptr, String(), String("en").begin());
   String text;
   words.build(text, LongRunFiles::FIRST_WORD + word, String("value").begin());
-  const std::string number = String(LongRunFiles::number(word)).toUTF8();
-  require(text.toUTF8() == "value before word " + number, "a text with its value");
+  require(text.toUTF8() == "value before word " + String(twoDigits(word)).toUTF8(), "a text with its value");
+}
+
+inline void useAll(const std::string& directory) {
+  readConfiguration(directory, true);
+  readConfiguration(directory, false);
+  for (std::uint32_t i = 0; i < LongRunFiles::WORDS; i += 7) lookUp(i);
+  ThreadPool pool(2, 2);
+  ThreadRequester requester(&pool);
+  require(requester.submit([] { return 42; }).get() == 42, "a result");
 }

@@ -1,16 +1,20 @@
-// What fits a format and what doesn't. The tables stand for compiler errors too: a literal goes through the same check.
+// What fits a format and what doesn't: what the tables refuse would be a compiler error for a literal.
 
 #include "zqcore27/strings/checked_format.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <random>
 #include <span>
+#include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "fuzz/support/format_arguments.h"
 #include "tests/support/text.h"
 #include "zqcore27/errors/string_error.h"
 
@@ -28,206 +32,155 @@ struct Hiding : Text {
   int begin() const { return 1; }
 };
 
-struct Row {
+/// Types by the letters that the tables have for them, in their order.
+using Arguments = std::vector<std::pair<char, FormatArgument>>;
+template <class... Types>
+Arguments values(const char* letters) {
+  return {{*letters++, FormatArgument::value<Types>()}...};
+}
+template <class... Types>
+Arguments targets(const char* letters) {
+  return {{*letters++, FormatArgument::target<Types>()}...};
+}
+using Check = FormatFault (FormatCheck::*)();
+
+/// Directives between blanks, and all types that they take.
+struct TakenRow {
   int line;
-  FormatFault actual;
-  FormatFault wanted;
+  const char *directives, *taken;
 };
 
-template <class... Values>
-constexpr FormatFault building(const char* format) {
-  const std::array<FormatArgument, sizeof...(Values)> values{FormatArgument::value<Values>()...};
-  return FormatCheck(format, values).build();
+void expectTaken(const Arguments& all, Check check, std::span<const TakenRow> rows) {
+  for (const TakenRow& row : rows) {
+    std::istringstream directives(row.directives);
+    for (std::string directive; directives >> directive;) {
+      std::string taken;
+      for (const auto& [letter, argument] : all) {
+        FormatCheck one(directive.c_str(), {&argument, 1});
+        if ((one.*check)() == FormatFault::NONE) taken += letter;
+      }
+      EXPECT_EQ(taken, row.taken) << directive << " in line " << row.line;
+    }
+  }
 }
 
-template <class... Targets>
-constexpr FormatFault scanning(const char* format) {
-  const std::array<FormatArgument, sizeof...(Targets)> targets{FormatArgument::target<Targets>()...};
-  return FormatCheck(format, targets).scan();
-}
+/// Formats between bars, each behind the types that it is checked with and a blank, and what is wrong with all of them.
+struct FaultRow {
+  int line;
+  FormatFault fault;
+  const char* formats;
+};
 
-void expectWanted(std::span<const Row> rows) {
-  for (const Row& row : rows) EXPECT_EQ(static_cast<int>(row.actual), static_cast<int>(row.wanted)) << row.line;
+void expectFaults(const Arguments& all, Check check, std::span<const FaultRow> rows) {
+  for (const FaultRow& row : rows) {
+    std::istringstream formats(row.formats);
+    for (std::string format; std::getline(formats, format, '|');) {
+      std::vector<FormatArgument> passed;
+      for (const char letter : format.substr(0, format.find(' '))) {
+        passed.push_back(std::ranges::find(all, letter, &Arguments::value_type::first)->second);
+      }
+      FormatCheck one(format.c_str() + passed.size() + 1, passed);
+      EXPECT_EQ(static_cast<int>((one.*check)()), static_cast<int>(row.fault)) << format << " in line " << row.line;
+    }
+  }
 }
 
 TEST(CheckedFormatTest, TakesForBuildWhatTheEngineReads) {
-  using enum FormatFault;
-  static constexpr Row ROWS[] = {
-      {__LINE__, building(""), NONE},
-      {__LINE__, building("100 %% %5%"), NONE},
-      {__LINE__, building<int>("100 %%"), TOO_MANY_ARGUMENTS},
-      {__LINE__, building<int>("%d%d"), TOO_FEW_ARGUMENTS},
-      {__LINE__, building<int, int>("%d\0%d"), TOO_MANY_ARGUMENTS},  // the format ends at its zero
-      {__LINE__, building("%"), BAD_DIRECTIVE},
-      {__LINE__, building<int>("%-08.3l"), BAD_DIRECTIVE},
-      {__LINE__, building<double>("%F"), BAD_DIRECTIVE},
-      {__LINE__, building<int>("%.-3d"), BAD_DIRECTIVE},
-      {__LINE__, building<int, int>("%*-d"), BAD_DIRECTIVE},  // no flag behind the asterisk
-      {__LINE__, building<int>("%ld %q"), BAD_DIRECTIVE},
-      // Numbers: d has 32 bits whatever is asked for, the others 16 without l.
-      {__LINE__, building<int, short, bool, char, std::uint16_t>("%d%hd%ld%+5d% .3i"), NONE},
-      {__LINE__, building<std::uint32_t>("%d"), WRONG_ARGUMENT},
-      {__LINE__, building<std::int64_t>("%ld"), WRONG_ARGUMENT},
-      {__LINE__, building<double>("%d"), WRONG_ARGUMENT},
-      {__LINE__, building<Plain>("%d"), WRONG_ARGUMENT},
-      {__LINE__, building<std::uint16_t, std::uint32_t, bool>("%u%lu%lu"), NONE},
-      {__LINE__, building<std::uint32_t>("%hu"), WRONG_ARGUMENT},
-      {__LINE__, building<short>("%u"), WRONG_ARGUMENT},
-      {__LINE__, building<std::uint64_t>("%lu"), WRONG_ARGUMENT},
-      {__LINE__, building<short, int, std::uint32_t, char>("%#x%lX%lb%#o"), NONE},
-      {__LINE__, building<int>("%x"), WRONG_ARGUMENT},
-      {__LINE__, building<int>("%X"), WRONG_ARGUMENT},
-      {__LINE__, building<int>("%b"), WRONG_ARGUMENT},
-      {__LINE__, building<int>("%o"), WRONG_ARGUMENT},
-      {__LINE__, building<std::uint32_t, short, int>("%p%hp%hlp"), NONE},
-      {__LINE__, building<int>("%hp"), WRONG_ARGUMENT},
-      {__LINE__, building<void*>("%p"), WRONG_ARGUMENT},  // 32 bits are read
-      {__LINE__, building<char, char16_t>("%c%c"), NONE},
-      {__LINE__, building<int>("%c"), WRONG_ARGUMENT},
-      {__LINE__, building<float, double>("%8.3f%LG"), NONE},
-      {__LINE__, building<long double>("%Lf"), WRONG_ARGUMENT},
-      {__LINE__, building<int>("%g"), WRONG_ARGUMENT},
-      // Asterisks come before the value.
-      {__LINE__, building<int, short, double>("%0*.*f"), NONE},
-      {__LINE__, building<double, int>("%*f"), WRONG_ARGUMENT},
-      {__LINE__, building<std::uint32_t, int>("%*d"), WRONG_ARGUMENT},
-      {__LINE__, building<int>("%.*d"), TOO_FEW_ARGUMENTS},
-      {__LINE__, building<int, int>("%d%*%"), NONE},
-      // Texts: units without N and L, bytes with either.
-      {__LINE__,
-       building<String, WideString, Units, const char16_t*, std::uint16_t[4], char16_t[3]>("%s%ls%hs%.3s%9s%s"), NONE},
-      {__LINE__, building<NatString, Narrow, char[4], char*>("%Ns%Ls%NLs%lN.s"), BAD_DIRECTIVE},
-      {__LINE__, building<NatString, Narrow, char[4], char*>("%Ns%Ls%NLs%lNs"), NONE},
-      {__LINE__, building<std::nullptr_t, std::nullptr_t>("%s%Ns"), NONE},
-      {__LINE__, building<Narrow>("%s"), WRONG_ARGUMENT},
-      {__LINE__, building<NatString>("%s"), WRONG_ARGUMENT},
-      {__LINE__, building<String>("%Ns"), WRONG_ARGUMENT},
-      {__LINE__, building<Units>("%Ls"), WRONG_ARGUMENT},
-      {__LINE__, building<const wchar_t*>("%s"), WRONG_ARGUMENT},
-      {__LINE__, building<int>("%s"), WRONG_ARGUMENT},
-      {__LINE__, building<String>("%d"), WRONG_ARGUMENT},
-      {__LINE__, building<Narrow, char[3]>("%P%.2P"), NONE},
-      {__LINE__, building<NatString>("%P"), WRONG_ARGUMENT},  // not counted
-      {__LINE__, building<Units>("%P"), WRONG_ARGUMENT},
-      {__LINE__, building<int, Count>("%d%n"), NONE},
-      {__LINE__, building<const std::int32_t*>("%n"), WRONG_ARGUMENT},
-      {__LINE__, building<short*>("%hn"), WRONG_ARGUMENT},
-      {__LINE__, building<std::int32_t[1]>("%n"), WRONG_ARGUMENT},  // may be a constant
-      {__LINE__, building<int>("%n"), WRONG_ARGUMENT},
-  };
-  expectWanted(ROWS);
+  const Arguments all =
+      values<std::nullptr_t, NatString, Narrow, char*, char[4], String, WideString, Units, const char16_t*,
+             std::uint16_t[4], char16_t[3], bool, char, double, float, std::uint16_t, int, std::uint32_t, Count,
+             char16_t, short, long double, Plain, std::int64_t, std::uint64_t, const wchar_t*, void*,
+             const std::int32_t*, short*, std::int32_t[1]>("01234ABCDEFbcdfhijnqsuvwxyzXYZ");
+  // Numbers: d has 32 bits whatever is asked for, p unless h is, the others 16 without l. Texts are of units without N
+  // and L, of bytes with either.
+  static constexpr TakenRow TAKEN[] = {{__LINE__, "%d %hd %ld %+5d %.3i %-08i", "bchiqs"},
+                                       {__LINE__, "%u %hu %5u", "bhq"},
+                                       {__LINE__, "%lu %hlu", "bhjq"},
+                                       {__LINE__, "%x %#X %b %ho", "bchqs"},
+                                       {__LINE__, "%lx %lX %lb %#lo %p %lp %hlp", "bchijqs"},
+                                       {__LINE__, "%hp %c", "bchqs"},
+                                       {__LINE__, "%f %8.3g %e %LG %E", "df"},
+                                       {__LINE__, "%s %ls %hs %.3s %9s", "0ABCDEF"},
+                                       {__LINE__, "%Ns %Ls %NLs %lNs", "01234"},
+                                       {__LINE__, "%P %.2P", "234"},  // counted bytes
+                                       {__LINE__, "%n", "n"}};
+  expectTaken(all, &FormatCheck::build, TAKEN);
+  using enum FormatFault;  // asterisks come before the value
+  static constexpr FaultRow FAULTS[] = {{__LINE__, NONE, " | 100 %% %5%|isd %0*.*f|ii %d%*%|bch %d%i%x"},
+                                        {__LINE__, TOO_MANY_ARGUMENTS, "i 100 %%|i "},
+                                        {__LINE__, TOO_FEW_ARGUMENTS, "i %d%d|i %.*d"},
+                                        {__LINE__, BAD_DIRECTIVE, " %|i %-08.3l|d %F|i %.-3d|ii %*-d|i %ld %q|2 %lN.s"},
+                                        {__LINE__, WRONG_ARGUMENT, "di %*f|ji %*d|j %d|A %Ns"}};
+  expectFaults(all, &FormatCheck::build, FAULTS);
 }
 
 TEST(CheckedFormatTest, TakesForScanWhatTheEngineStores) {
+  const Arguments all =
+      targets<char[8], bool, char, double, float, std::int16_t, int, std::uint32_t, std::uint16_t, long double, Plain,
+              std::int64_t, const int, int*, char*, const char[8], std::uint16_t[8], String>("8bcdfhijkuvwxyzXYZ");
+  // A place is named itself. Texts are bounded: s and sets write a terminator, c doesn't.
+  static constexpr TakenRow TAKEN[] = {{__LINE__, "%d %i %3d %Ld %n %hn", "i"},
+                                       {__LINE__, "%hd %hi", "h"},
+                                       {__LINE__, "%u %lu", "j"},
+                                       {__LINE__, "%hu", "k"},
+                                       {__LINE__, "%x %X %o %b %p", "ij"},
+                                       {__LINE__, "%hx %ho %hb", "hk"},
+                                       {__LINE__, "%f %hg", "f"},
+                                       {__LINE__, "%lE %LG", "d"},
+                                       {__LINE__, "%c %1c", "8c"},
+                                       {__LINE__, "%2c %8c %7s %1S %7[^]%d] %7[]a]", "8"},
+                                       {__LINE__, "%8s %s %0s %[a] %99999999999999999999s %9c", ""}};
+  expectTaken(all, &FormatCheck::scan, TAKEN);
   using enum FormatFault;
-  static constexpr Row ROWS[] = {
-      {__LINE__, scanning("ab %% %*%"), NONE},
-      {__LINE__, scanning<int>("ab"), TOO_MANY_ARGUMENTS},
-      {__LINE__, scanning<int>("%d %d"), TOO_FEW_ARGUMENTS},
-      {__LINE__, scanning<int>("%*d %d %*5s %*[^,]"), NONE},
-      {__LINE__, scanning<int>("%*q%d"), BAD_DIRECTIVE},
-      {__LINE__, scanning<int>("%lld"), BAD_DIRECTIVE},  // one size only
-      {__LINE__, scanning<int>("%5*d"), BAD_DIRECTIVE},
-      {__LINE__, scanning("%"), BAD_DIRECTIVE},
-      {__LINE__, scanning<int, long, std::int16_t>("%d%i%hd"), sizeof(long) == 4 ? NONE : WRONG_ARGUMENT},
-      {__LINE__, scanning<int, std::int16_t, std::int32_t>("%3d%hi%Ld"), NONE},
-      {__LINE__, scanning<std::int16_t>("%d"), WRONG_ARGUMENT},
-      {__LINE__, scanning<int>("%hd"), WRONG_ARGUMENT},
-      {__LINE__, scanning<std::uint32_t>("%d"), WRONG_ARGUMENT},
-      {__LINE__, scanning<const int>("%d"), WRONG_ARGUMENT},
-      {__LINE__, scanning<int*>("%d"), WRONG_ARGUMENT},  // the place itself, not its address
-      {__LINE__, scanning<Plain>("%d"), WRONG_ARGUMENT},
-      {__LINE__, scanning<std::uint32_t, std::uint16_t>("%u%hu"), NONE},
-      {__LINE__, scanning<int>("%u"), WRONG_ARGUMENT},
-      {__LINE__, scanning<int, std::uint32_t, std::uint16_t, std::uint32_t, int>("%x%X%ho%b%p"), NONE},
-      {__LINE__, scanning<std::uint16_t>("%x"), WRONG_ARGUMENT},
-      {__LINE__, scanning<bool>("%hb"), WRONG_ARGUMENT},
-      {__LINE__, scanning<float, float, double, double>("%f%hg%lE%LG"), NONE},
-      {__LINE__, scanning<double>("%f"), WRONG_ARGUMENT},
-      {__LINE__, scanning<float>("%le"), WRONG_ARGUMENT},
-      {__LINE__, scanning<long double>("%Lf"), WRONG_ARGUMENT},
-      {__LINE__, scanning<int>("%*f%n"), NONE},
-      {__LINE__, scanning<std::int16_t>("%hn"), WRONG_ARGUMENT},
-      // Texts are bounded: s and sets write a terminator, c doesn't.
-      {__LINE__, scanning<char[8], char[8], char[8]>("%7s%1S%7[^]%d]"), NONE},
-      {__LINE__, scanning<char[8]>("%8s"), NO_ROOM},
-      {__LINE__, scanning<char[8]>("%s"), NO_ROOM},
-      {__LINE__, scanning<char[8]>("%0s"), NO_ROOM},
-      {__LINE__, scanning<char[8]>("%[a]"), NO_ROOM},
-      {__LINE__, scanning<char[8]>("%99999999999999999999s"), NO_ROOM},
-      {__LINE__, scanning<char[8]>("%7[]"), BAD_DIRECTIVE},
-      {__LINE__, scanning<char[8]>("%7[^"), BAD_DIRECTIVE},
-      {__LINE__, scanning<char, char[8], char[1]>("%c%8c%c"), NONE},
-      {__LINE__, scanning<char>("%2c"), NO_ROOM},
-      {__LINE__, scanning<char>("%1s"), NO_ROOM},
-      {__LINE__, scanning<char*>("%7s"), WRONG_ARGUMENT},  // nobody knows its size
-      {__LINE__, scanning<const char[8]>("%7s"), WRONG_ARGUMENT},
-      {__LINE__, scanning<std::uint16_t[8]>("%7s"), WRONG_ARGUMENT},
-      {__LINE__, scanning<String>("%7s"), WRONG_ARGUMENT},
-  };
-  expectWanted(ROWS);
-}
-
-/// Arguments that the check accepts one after the other, up to where it finds no fault or a bad directive.
-FormatFault findArguments(const char* format, std::vector<FormatArgument>& found) {
-  static constexpr FormatArgument CANDIDATES[] = {{FormatArgument::UNSIGNED, 2},
-                                                  {FormatArgument::FLOATING, 8},
-                                                  {FormatArgument::NULL_TEXT, 0},
-                                                  {FormatArgument::NARROW_TEXT, 0},
-                                                  {FormatArgument::COUNT, 0}};
-  while (true) {
-    FormatFault fault = FormatCheck(format, found).build();
-    if (fault != FormatFault::TOO_FEW_ARGUMENTS) return fault;
-    found.emplace_back();
-    for (const FormatArgument& candidate : CANDIDATES) {
-      found.back() = candidate;
-      if ((fault = FormatCheck(format, found).build()) != FormatFault::WRONG_ARGUMENT) break;
-    }
-    if (fault == FormatFault::WRONG_ARGUMENT) return fault;
-  }
-}
-
-constexpr std::size_t MOST = 4;
-
-template <class... Passed>
-String builtWith(const std::string& format, std::span<const FormatArgument> rest, Passed... passed) {
-  static std::int32_t count;
-  if constexpr (sizeof...(Passed) < MOST) {
-    if (!rest.empty()) {
-      const FormatArgument::Kind kind = rest.front().kind;
-      rest = rest.subspan(1);
-      if (kind == FormatArgument::UNSIGNED) return builtWith(format, rest, passed..., 3);
-      if (kind == FormatArgument::FLOATING) return builtWith(format, rest, passed..., 1.5);
-      if (kind == FormatArgument::COUNT) return builtWith(format, rest, passed..., &count);
-      return builtWith(format, rest, passed..., kind == FormatArgument::NARROW_TEXT ? "\3abc" : Narrow());
-    }
-  }
-  String text;
-  text.build(format.c_str(), passed..., 12345);
-  return text;
+  static constexpr FaultRow FAULTS[] = {
+      {__LINE__, NONE, " ab %% %*%|i %*d %d %*5s %*[^,]|i %*f%n"},
+      {__LINE__, TOO_MANY_ARGUMENTS, "i ab"},
+      {__LINE__, TOO_FEW_ARGUMENTS, "i %d %d"},
+      {__LINE__, BAD_DIRECTIVE, " %|i %*q%d|i %lld|i %5*d|8 %7[]|8 %7[^"},  // one size only
+      {__LINE__, NO_ROOM, "8 %8s|8 %s|8 %[a]|c %2c|c %1s"},
+      {__LINE__, WRONG_ARGUMENT, "i %7s|y %7s|h %d"}};
+  expectFaults(all, &FormatCheck::scan, FAULTS);
 }
 
 // The check reads the grammar a second time: where it sees a bad directive the engine stops, and what it counts the
 // engine takes, so that the next value is the one meant for it.
 TEST(CheckedFormatTest, ReadsFormatsAsTheEngineDoes) {
+  using fuzz::Argument;
   static constexpr std::string_view PIECES = "%%%%%%dddsscPnfgeuoxXbpilhNLq-+ #0.**12";
+  std::int32_t count;
+  const std::pair<FormatArgument, Argument> candidates[] = {
+      {{FormatArgument::UNSIGNED, 2}, {Argument::INT, 3}},
+      {{FormatArgument::FLOATING, 8}, {Argument::DOUBLE, 0, 1.5}},
+      {{FormatArgument::NULL_TEXT}, {Argument::UNITS}},
+      {{FormatArgument::NARROW_TEXT}, {Argument::BYTES, 0, 0, "\3abc"}},
+      {{FormatArgument::COUNT}, {Argument::COUNT, 0, 0, &count}}};
   std::mt19937 random(20261123);
   int fitting = 0, bad = 0;
   for (int i = 0; i < 50000; ++i) {
     std::string format;
     for (std::size_t n = random() % 12; n != 0; --n) format += PIECES[random() % PIECES.size()];
-    std::vector<FormatArgument> arguments;
-    const FormatFault fault = findArguments(format.c_str(), arguments);
-    if (arguments.size() > MOST) continue;
-    const std::string text = utf8(builtWith(format + "|%d|", arguments));
-    if (fault == FormatFault::NONE) {
-      ++fitting;
-      EXPECT_TRUE(text.ends_with("|12345|")) << format << " gives " << text;
-    } else {
-      ++bad;
-      EXPECT_EQ(fault, FormatFault::BAD_DIRECTIVE) << format;
-      EXPECT_EQ(text.find('|'), text.npos) << format << " gives " << text;
+    std::vector<FormatArgument> arguments;  // that the check accepts one after the other
+    std::vector<Argument> passed;
+    FormatFault fault;
+    while ((fault = FormatCheck(format.c_str(), arguments).build()) == FormatFault::TOO_FEW_ARGUMENTS) {
+      arguments.emplace_back();
+      passed.emplace_back();
+      for (const auto& [argument, value] : candidates) {
+        arguments.back() = argument;
+        passed.back() = value;
+        if (FormatCheck(format.c_str(), arguments).build() != FormatFault::WRONG_ARGUMENT) break;
+      }
     }
+    if (passed.size() >= fuzz::MAX_ARGUMENTS) continue;
+    passed.push_back({Argument::INT, 12345});
+    format += "|%d|";
+    String text;
+    fuzz::pass([&](auto... each) { text.build(format.c_str(), each...); }, passed);
+    const bool fits = fault == FormatFault::NONE;
+    ++(fits ? fitting : bad);
+    EXPECT_TRUE(fits || fault == FormatFault::BAD_DIRECTIVE) << format;
+    EXPECT_TRUE(fits ? utf8(text).ends_with("|12345|") : text.locateFirst('|', false) == String::NOT_FOUND)
+        << format << " gives " << text;
   }
   EXPECT_GT(fitting, 5000);
   EXPECT_GT(bad, 5000);
@@ -236,26 +189,23 @@ TEST(CheckedFormatTest, ReadsFormatsAsTheEngineDoes) {
 TEST(CheckedFormatTest, BuildsAsThePlainOperationDoes) {
   const String wide(u"r\u00f6hre");
   const std::uint16_t* const units = wide.begin();
+  const short small = -1;
   std::int32_t count = 0, plainCount = 0;
   String checked, plain;
-  buildChecked(checked, "%s|%9ls|%.2s|%s|%Ns|%*Ls|%P%n", wide, WideString(wide), units, nullptr, NatString(wide), -7,
-               "bytes", "\3abcd", &count);
-  plain.build("%s|%9ls|%.2s|%s|%Ns|%*Ls|%P%n", units, units, units, units - units, NatString(wide).begin(), -7, "bytes",
-              "\3abcd", &plainCount);
+  buildChecked(checked, "%s|%9ls|%.2s|%s|%Ns|%*Ls|%P%n %d %+d %u %lu %x %lx", wide, WideString(wide), units, nullptr,
+               NatString(wide), -7, "bytes", "\3abcd", &count, small, true, u'\xFFFF', 4000000000u, small, small);
+  plain.build("%s|%9ls|%.2s|%s|%Ns|%*Ls|%P%n %d %+d %u %lu %x %lx", units, units, units, units - units,
+              NatString(wide).begin(), -7, "bytes", "\3abcd", &plainCount, -1, 1, 0xFFFF, 4000000000u, -1, -1);
   EXPECT_EQ(utf8(checked), utf8(plain));
   EXPECT_EQ(count, plainCount);
   EXPECT_NE(count, 0);
 
-  const short small = -1;
-  buildChecked(checked, "%d %+d %u %lu %x %lx %#lX %b %c%c %p %hp %.1f %e", small, true, u'\xFFFF', 4000000000u, small,
-               small, 0xBEEFu, u'\5', 'x', u'\u00f6', 0x12345678, small, 2.5f, -1.5);
-  plain.build("%d %+d %u %lu %x %lx %#lX %b %c%c %p %hp %.1f %e", -1, 1, 0xFFFF, 4000000000u, -1, -1, 0xBEEFu, 5, 'x',
-              0xF6, 0x12345678, -1, 2.5, -1.5);
+  buildChecked(checked, "%#lX %b %c%c %p %hp %.1f %e", 0xBEEFu, u'\5', 'x', u'\u00f6', 0x12345678, small, 2.5f, -1.5);
+  plain.build("%#lX %b %c%c %p %hp %.1f %e", 0xBEEFu, 5, 'x', 0xF6, 0x12345678, -1, 2.5, -1.5);
   EXPECT_EQ(utf8(checked), utf8(plain));
 
   buildChecked(checked, RuntimeFormat("<%s>"), checked);
   EXPECT_EQ(utf8(checked), "<" + utf8(plain) + ">");
-
   buildChecked(checked, "%s %s %Ns", Hiding<String>(u"a"), Hiding<WideString>(String(u"b")), Hiding<NatString>(wide));
   EXPECT_EQ(utf8(checked), "a b " + utf8(wide));
 }

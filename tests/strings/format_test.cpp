@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <limits>
-#include <random>
 #include <string>
 
 #include "tests/support/text.h"
@@ -29,52 +27,14 @@ std::uint32_t blockBytes(const String& s) { return static_cast<const MemResizabl
 constexpr std::int32_t INT_LEAST = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t INT_MOST = std::numeric_limits<std::int32_t>::max();
 
-// Where the two agree: sizes given, no sign or prefix of another rule, digits that the generator computes.
-TEST(FormatTest, AgreesWithTheRuntime) {
-  std::mt19937 random(20240611);
-  const auto below = [&random](unsigned n) { return static_cast<int>(random() % n); };
-  const auto options = [&](const char* flags, int most) {
-    std::string text = "%";
-    for (const char* flag = flags; *flag != 0; ++flag) {
-      if (below(4) == 0) text += *flag;
-    }
-    if (below(2) == 0) text += std::to_string(1 + below(40));
-    if (below(2) == 0) text += "." + std::to_string(below(static_cast<unsigned>(most)));
-    return text;
-  };
-  const auto compare = [](const std::string& format, const char* size, char conversion, auto value) {
-    char text[400];
-    std::snprintf(text, sizeof text, (format + conversion).c_str(), value);
-    EXPECT_EQ(built(format + size + conversion, value), text) << format << conversion << " of " << value;
-  };
-  for (int i = 0; i < 3000; ++i) {
-    const auto number = static_cast<std::int32_t>(random() >> below(32));
-    compare(options("-+ 0", 31), "", 'd', number);
-    compare(options("-#0", 31), "l", "xX"[below(2)], number);
-    compare(options("-0", 31), "l", "uo"[below(2)], number);
-    compare(options("-", 12), "N", 's', "some text");
-    // Of 53 bits, so that a tie is unlikely.
-    const double value =
-        std::ldexp(static_cast<double>(random()) - 2147483648.0 + random() / 4294967296.0, below(20) - 24);
-    compare(options("-+ #0", 5), "", 'f', value);
-    const double scaled = value * std::pow(10.0, 100 + below(150) * (below(2) ? 1 : -1));
-    if (std::fabs(scaled) < 1e100 && std::fabs(scaled) > 1e-99) continue;  // an exponent of three digits
-    compare("%+." + std::to_string(below(13)), "", 'e', scaled);
-    compare("%." + std::to_string(3 + below(10)), "", 'g', scaled);
-  }
-}
-
 TEST(FormatTest, Integers) {
   EXPECT_EQ(built("%d %i", INT_LEAST, INT_MOST), "-2147483648 2147483647");
   EXPECT_EQ(built("%.0d|%.d|%#.0o|%o|%#o", 0, 0, 0, 8, 8), "||0|10|010");
   EXPECT_EQ(built("%.40d", 7), "0000000000000000000000000000007") << "31 digits at most";
-  EXPECT_EQ(built("%x %lx %hlx", 0x12345, 0x12345, 0x12345), "2345 12345 12345");
-  EXPECT_EQ(built("%u %lu %hlu %d %hd", 70000, 70000, 70000, 70000, 70000), "4464 70000 70000 70000 70000");
-  EXPECT_EQ(built("%b %#b %lb", 5, 5, 0xFFFFFFFF), "101 101 11111111111111111111111111111111");
-  EXPECT_EQ(built("%p %p %hp", 0, 0x12345678, 0x12345678), "0000:00000000 0000:12345678 00005678");
-  EXPECT_EQ(built("%.9p %.8p %.0p|", 0x1234ABCD, 0x1234ABCD, 0), ":1234ABCD 1234ABCD |");
-  EXPECT_EQ(built("%#p %#p %17p", 1, 0, 1), "0X0000:00000001 0000:00000000 00000000:00000001");
-  EXPECT_EQ(built("%hlp", 0x12345678), "12345678") << "l overrules h in the width of the value";
+  EXPECT_EQ(built("%x %lx %hlx %hd", 0x12345, 0x12345, 0x12345, 70000), "2345 12345 12345 70000");
+  EXPECT_EQ(built("%p %p %hp %hlp", 0, 0x12345678, 0x12345678, 0x12345678),
+            "0000:00000000 0000:12345678 00005678 12345678");
+  EXPECT_EQ(built("%#p %17p %.9p %.8p %.0p|", 1, 1, 1, 1, 0), "0X0000:00000001 00000000:00000001 :00000001 00000001 |");
   EXPECT_EQ(built("%*d|%*d|%-*d|", 4, 1, -4, 1, 4, 1), "   1|1   |1   |");
   EXPECT_EQ(built("%.*d|%.*d|%05.*d|%NLhld", 3, 5, -3, 5, -3, 5, 5), "005|5|00005|5");
 }
@@ -127,43 +87,31 @@ TEST(FormatTest, BadDirectiveEndsTheText) {
   }
 }
 
-TEST(FormatTest, FixedForm) {
+TEST(FormatTest, Floats) {
   EXPECT_EQ(built("%f %f %lf %Lf", 0.0, -0.0, 2.5, 2.5), "0.000000 0.000000 2.500000 2.500000");
   EXPECT_EQ(built("%.0f %.0f %.0f %#.0f", 2.5, 0.5, 0.05, 1.0), "3 1 0 1.");
   EXPECT_EQ(built("%.0f", 100.5), "100") << "the scaled value lies just below the tie";
-  EXPECT_EQ(built("%.2f %.2f %.2f %.1f", 0.001, 0.006, 0.0006, 0.05), "0.00 0.01 0.00 0.1");
-  EXPECT_EQ(built("%.1f %.2f %.0f %.3f", 99.96, 0.999, 9.5, 0.9996), "100.0 1.00 10 1.000");
+  EXPECT_EQ(built("%.2f %.2f %.2f %.1f", 0.001, 0.006, 0.0006, 99.96), "0.00 0.01 0.00 100.0");
   EXPECT_EQ(built("%.20f", 0.1), "0.10000000000000000000") << "17 real digits";
-  EXPECT_EQ(built("%.30f", 0.015625), "0.015625000000000000000000000000");
   EXPECT_EQ(built("%.40f", 1e-35), "0.000000000000000000000000000000") << "no more than 32 units";
   EXPECT_EQ(built("%.2147483647f", 1.5), "1.50000000000000000000000000000") << "no more than 30 digits";
-  EXPECT_EQ(built("%f", std::ldexp(1.0, 120)), "132922799578491580000000000000");
-  EXPECT_EQ(built("%#.3f", 1e30), "100000000000000000000000000000");
+  EXPECT_EQ(built("%f %#.3f", std::ldexp(1.0, 120), 1e30),
+            "132922799578491580000000000000 100000000000000000000000000000");
   EXPECT_EQ(built("%.3f", std::ldexp(1.0, 95)), "39614081257132168000000000000.0");
-}
-
-TEST(FormatTest, ExponentForm) {
-  EXPECT_EQ(built("%e %E", 1.5, 0.0), "1.500000e+000 0.000000E+000");
-  EXPECT_EQ(built("%.0e %#.0e %.2e %.2e", 1.5, 1.5, 9.999, 99960.0), "2e+000 2.e+000 1.00e+001 1.00e+005");
-  EXPECT_EQ(built("%.3e", 4.9406564584124654e-324), "4.941e-324");
+  EXPECT_EQ(built("%.0e %#.0e %.2e %.3e", 1.5, 1.5, 99960.0, 5e-324), "2e+000 2.e+000 1.00e+005 4.941e-324");
   EXPECT_EQ(built("%14.2E|%-14.2e|%014.2e", -1e-5, -1e-5, -1e-5), "    -1.00E-005|-1.00e-005    |-00001.00e-005");
   EXPECT_EQ(built("%.2147483647e", 1.0), "1.0000000000000000000000000e+000") << "25 digits behind the point";
-}
-
-TEST(FormatTest, GeneralForm) {
+  EXPECT_EQ(built("%.16e %.16e", 14.3125, 38.073599999999999), "1.4312500000000000e+001 3.8073599999999998e+001");
   EXPECT_EQ(built("%g %g %g %g %g", 1e5, 1e6, 1e-4, 1e-5, 0.0), "100000 1e+006 0.0001 1e-005 0");
-  EXPECT_EQ(built("%G %#g %#g", 1.25e-7, 1.5, 1e10), "1.25E-007 1.50000 1.00000e+010");
-  EXPECT_EQ(built("%.17g %g %g %g", 0.1, 999999.5, 9.9999995, 120.0), "0.1 1e+006 10 120");
+  EXPECT_EQ(built("%G %#g %#g %.17g %g", 1.25e-7, 1.5, 1e10, 0.1, 999999.5),
+            "1.25E-007 1.50000 1.00000e+010 0.1 1e+006");
   EXPECT_EQ(built("%.2g|%8.2g|%3.2g|%#.2g", 12345.0, 12345.0, 17000.0, 17000.0), "1e+004|1.2e+004|1.7e+004|1.7e+004");
   EXPECT_EQ(built("%.1g|%9.1g|%#.1g", 12345.0, 12345.0, 12345.0), "1e+004|   1e+004|1.e+004");
   EXPECT_EQ(built("%.0g %#.0g %.0g %.0g", 12345.0, 12345.0, 1.5, 1e-7), "1 1. 2 1");
   EXPECT_EQ(built("%.40g", std::ldexp(1.0, 120)), "132922799578491580000000000000");
-}
-
-TEST(FormatTest, InfinityAndNanAreWords) {
   const double infinity = std::numeric_limits<double>::infinity(), nan = std::numeric_limits<double>::quiet_NaN();
-  EXPECT_EQ(built("%f %e %g %.0f", infinity, infinity, infinity, infinity), "inf inf inf inf");
-  EXPECT_EQ(built("%f %+f %E|%06f", -infinity, infinity, -infinity, infinity), "-inf +inf -INF|   inf");
+  EXPECT_EQ(built("%f %+f %E|%06f %.0g", -infinity, infinity, -infinity, infinity, infinity),
+            "-inf +inf -INF|   inf inf");
   EXPECT_EQ(built("%f %G %-5g|", nan, nan, nan), "nan NAN nan  |");
 }
 

@@ -91,14 +91,11 @@ std::string integers(const char* text, const char* format) {
   const auto word = [](std::int32_t value) { return value == UNSET ? "-" : std::to_string(value); };
   return std::to_string(result) + " " + word(first) + " " + word(second);
 }
-
 std::string texts(const char* text, const char* format) {
   char first[16] = "", second[16] = "";
   const std::int32_t result = String(text).scan(format, first, second);
   return std::to_string(result) + "|" + first + "|" + second;
 }
-
-/// What the next set directive takes comes last.
 std::string numbers(const char* text, const char* format) {
   double value = UNSET;
   char rest[80] = "";
@@ -109,10 +106,16 @@ std::string numbers(const char* text, const char* format) {
   return out.str() + " " + rest;
 }
 
-TEST(ScanTest, IntegersByRulesOfItsOwn) {
+TEST(ScanTest, HasRulesOfItsOwn) {
+  using Row = const char* [3];
+  const auto each = [](auto scanned, const auto& rows) {
+    for (const auto& [text, format, expected] : rows) {
+      EXPECT_EQ(scanned(text, format), expected) << text << " by " << format;
+    }
+  };
   // No digits: the argument is used up, and the scan goes on; a sign is gone by then, and has used a width up, so that
   // no opening is taken. A mismatch may come before the end of the text. %n counts that end once it has been read.
-  static constexpr const char* ROWS[][3] = {
+  static constexpr Row INTEGERS[] = {
       {"+42", "%ld", "1 42 -"},    {"-42", "%u", "0 - -"},        {"x 7", "%d%*c%d", "1 - 7"},
       {"-x", "%d%*c%d", "-1 - -"}, {"-", "%d", "-1 - -"},         {"0b101", "%i", "1 5 -"},
       {"08", "%i%d", "1 - 8"},     {"0xg", "%i", "0 - -"},        {"-0x15", "%1i%i", "1 - 21"},
@@ -120,48 +123,35 @@ TEST(ScanTest, IntegersByRulesOfItsOwn) {
       {"1012", "%b%d", "2 5 2"},   {"4294967297", "%d", "1 1 -"}, {"42", "%*d x", "0 - -"},
       {"  ", "%%", "0 - -"},       {"1 2", "%d\v%d", "1 1 -"},    {"1", "%hhd", "0 - -"},
       {"12", "%d%n", "1 12 3"},    {"", "%n", "-1 - -"}};
-  for (const auto& [text, format, expected] : ROWS)
-    EXPECT_EQ(integers(text, format), expected) << text << " by " << format;
-}
-
-TEST(ScanTest, TextByRulesOfItsOwn) {
   // Too few characters don't count, and are never -1. The format's end closes a set.
-  static constexpr const char* ROWS[][3] = {
-      {"ab", "%*s", "-1||"},    {"a\rb\tc ", "%S%s", "2|a\rb|c"}, {"ab", "%3c", "0|ab|"},
-      {"ab", "%c%3c", "1|a|b"}, {"a-cb", "%[a-c]%c", "2|a-c|b"},  {"aab", "%[a", "1|aa|"},
-      {"a", "%[^", "1|a|"}};
-  for (const auto& [text, format, expected] : ROWS)
-    EXPECT_EQ(texts(text, format), expected) << text << " by " << format;
-}
-
-TEST(ScanTest, LowByteOfAUnitDecides) {
+  static constexpr Row TEXTS[] = {{"ab", "%*s", "-1||"},    {"a\rb\tc ", "%S%s", "2|a\rb|c"}, {"ab", "%3c", "0|ab|"},
+                                  {"ab", "%c%3c", "1|a|b"}, {"a-cb", "%[a-c]%c", "2|a-c|b"},  {"aab", "%[a", "1|aa|"},
+                                  {"a", "%[^", "1|a|"}};
+  // The second digit of an exponent makes a number, the first doesn't; without a digit of its own it has no sign. A
+  // hexadecimal number needs an exponent. A width may run out inside a word. 65 characters are a number at most.
+  static constexpr char ZEROS[] = "000000000000000000000000000000000000000000000000000000000000000012";
+  static constexpr Row NUMBERS[] = {{"12", "%LG", "1 12 "},          {".", "%lf", "-1 - "},
+                                    {"1e+", "%lf", "-1 - "},         {"1e+x", "%lf%[^~]", "0 - "},
+                                    {"1ex", "%lf", "0 - "},          {"e55 ", "%lf", "1 0 "},
+                                    {"-.e55 ", "%lf", "1 0 "},       {"-0XP12 ", "%lf", "1 -0 "},
+                                    {"0x10", "%lf%[^~]", "2 0 x10"}, {"0X1F", "%lf", "-1 - "},
+                                    {"0X1F,", "%lf%[^~]", "0 - "},   {"infinit", "%lf", "-1 - "},
+                                    {"in", "%lf", "-1 - "},          {"inf", "%3lf", "-1 - "},
+                                    {"infinity", "%8lf", "-1 - "},   {"infinity,", "%8lf%[^~]", "0 - "},
+                                    {"nans", "%4lf", "-1 - "},       {"nans,", "%5lf%[^~]", "2 nan ,"},
+                                    {ZEROS, "%lf%[^~]", "2 1 2"}};
+  each(integers, INTEGERS);
+  each(texts, TEXTS);
+  each(numbers, NUMBERS);
   std::int32_t value = 0;
-  EXPECT_EQ(String(u"\x0131\x0232\x0100\x0033").scan("%d", &value), 1);
-  EXPECT_EQ(value, 12);
+  float real = 0;
   char bytes[8] = {};
+  EXPECT_EQ(String("1.5e3").scan("%hf", &real), 1);
+  EXPECT_EQ(real, 1500.0f);
+  EXPECT_EQ(String(u"\x0131\x0232\x0100\x0033").scan("%d", &value), 1) << "the low byte of a unit decides";
+  EXPECT_EQ(value, 12);
   EXPECT_EQ(String(u"\x00E4\x01E4\x00FF+").scan("%[\xFF\xE4]", bytes), 1);
   EXPECT_STREQ(bytes, "\xE4\xE4\xFF");
-}
-
-TEST(ScanTest, FloatingPointByRulesOfItsOwn) {
-  // The second digit of an exponent makes a number, the first doesn't; without a digit of its own it has no sign. A
-  // hexadecimal number needs an exponent. A width may run out inside a word.
-  static constexpr const char* ROWS[][3] = {{"12", "%LG", "1 12 "},          {".", "%lf", "-1 - "},
-                                            {"1e+", "%lf", "-1 - "},         {"1e+x", "%lf%[^~]", "0 - "},
-                                            {"1ex", "%lf", "0 - "},          {"e55 ", "%lf", "1 0 "},
-                                            {"-.e55 ", "%lf", "1 0 "},       {"-0XP12 ", "%lf", "1 -0 "},
-                                            {"0x10", "%lf%[^~]", "2 0 x10"}, {"0X1F", "%lf", "-1 - "},
-                                            {"0X1F,", "%lf%[^~]", "0 - "},   {"infinit", "%lf", "-1 - "},
-                                            {"in", "%lf", "-1 - "},          {"inf", "%3lf", "-1 - "},
-                                            {"infinity", "%8lf", "-1 - "},   {"infinity,", "%8lf%[^~]", "0 - "},
-                                            {"nans", "%4lf", "-1 - "},       {"nans,", "%5lf%[^~]", "2 nan ,"}};
-  for (const auto& [text, format, expected] : ROWS)
-    EXPECT_EQ(numbers(text, format), expected) << text << " by " << format;
-  EXPECT_EQ(numbers((std::string(64, '0') + "12").c_str(), "%lf%[^~]"), "2 1 2")
-      << "65 characters are a number at most";
-  float value = 0;
-  EXPECT_EQ(String("1.5e3").scan("%hf", &value), 1);
-  EXPECT_EQ(value, 1500.0f);
 }
 
 }  // namespace

@@ -9,10 +9,11 @@
 #include <algorithm>
 #include <random>
 #include <set>
+#include <string>
 #include <vector>
 
-#include "zqcore27/errors/string_error.h"
 #include "zqcore27/strings/long_ascii.h"
+#include "zqcore27/strings/nat_string.h"
 #include "zqcore27/strings/native_text.h"
 #include "zqcore27/strings/string.h"
 #include "zqcore27/strings/transcode.h"
@@ -21,8 +22,14 @@ namespace {
 
 using UnitText = std::vector<std::uint16_t>;
 
-bool same(bool fold, std::uint16_t a, std::uint16_t b) {
+template <bool fold>
+bool same(std::uint16_t a, std::uint16_t b) {
   return a == b || (fold && String::chrToUpper(a) == String::chrToUpper(b));
+}
+
+template <class Text, class Holds>
+std::size_t indexOf(const Text& text, Holds holds) {
+  return static_cast<std::size_t>(std::ranges::find_if(text, holds) - text.begin());
 }
 
 template <typename Bytes>
@@ -38,7 +45,6 @@ class TextKernelsTest : public testing::Test {
     for (std::uint16_t& c : text) c = fRandom() % rare != 0 ? "aAbB"[fRandom() % 4] : BORDERS[fRandom() % 27];
     return text;
   }
-  std::size_t size() { return fRandom() % (fRandom() % 4 != 0 ? 100 : 300); }
 
   std::mt19937 fRandom{27};
 };
@@ -48,32 +54,27 @@ TYPED_TEST_SUITE(TextKernelsTest, Blocks);
 
 TYPED_TEST(TextKernelsTest, RunsAndMapsAgreeWithPlainLoops) {
   for (int round = 0; round < 4000; ++round) {
-    const UnitText text = this->units(this->size());
+    const UnitText text = this->units(this->fRandom() % (round % 4 != 0 ? 100 : 300));
     const std::size_t n = text.size();
-
     std::vector<unsigned char> bytes(text.begin(), text.end());
-    UnitText widened(n);
-    const auto isAscii = [](unsigned c) { return c < 0x80; };
-    const auto run = static_cast<std::size_t>(std::find_if_not(bytes.begin(), bytes.end(), isAscii) - bytes.begin());
+    UnitText widened(n), lower = text, upper = text, expected = text;
+    const std::size_t run = indexOf(bytes, [](unsigned c) { return c >= 0x80; });
     ASSERT_EQ(widenAscii<TypeParam>(bytes.data(), n, widened.data()), run);
-    ASSERT_TRUE(std::equal(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(run), widened.begin()));
-    std::fill(widened.begin(), widened.end(), 0);
+    ASSERT_TRUE(std::equal(bytes.data(), bytes.data() + run, widened.begin()));
+    std::ranges::fill(widened, 0);
     ASSERT_EQ(widenLongAscii(bytes.data(), n, widened.data()), run);
-    ASSERT_TRUE(std::equal(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(run), widened.begin()));
+    ASSERT_TRUE(std::equal(bytes.data(), bytes.data() + run, widened.begin()));
 
-    const auto plain = static_cast<std::size_t>(
-        std::find_if_not(text.begin(), text.end(), [](unsigned c) { return c != 0 && c < 0x80; }) - text.begin());
+    const std::size_t plain = indexOf(text, [](unsigned c) { return c == 0 || c >= 0x80; });
     ASSERT_EQ(narrowAscii<TypeParam>(text.data(), n, bytes.data()), plain);
-    ASSERT_TRUE(std::equal(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(plain), bytes.begin()));
-    ASSERT_EQ(findZero<TypeParam>(text.data(), n),
-              static_cast<std::size_t>(std::find(text.begin(), text.end(), 0) - text.begin()));
+    ASSERT_TRUE(std::equal(text.data(), text.data() + plain, bytes.begin()));
+    ASSERT_EQ(findZero<TypeParam>(text.data(), n), indexOf(text, [](unsigned c) { return c == 0; }));
 
-    UnitText lower = text, upper = text, expected = text;
     mapCase<LowerCase, TypeParam>(lower.data(), n);
-    std::transform(text.begin(), text.end(), expected.begin(), String::chrToLower);
+    std::ranges::transform(text, expected.begin(), String::chrToLower);
     ASSERT_EQ(lower, expected);
     mapCase<UpperCase, TypeParam>(upper.data(), n);
-    std::transform(text.begin(), text.end(), expected.begin(), String::chrToUpper);
+    std::ranges::transform(text, expected.begin(), String::chrToUpper);
     ASSERT_EQ(upper, expected);
   }
   const std::vector<unsigned char> c1(16, 0x9F), others(16, 0xA0);
@@ -82,42 +83,37 @@ TYPED_TEST(TextKernelsTest, RunsAndMapsAgreeWithPlainLoops) {
 }
 
 template <bool fold, typename Bytes>
-void compareAndSearch(const UnitText& text, UnitText other, UnitText part, std::uint16_t c) {
-  const std::size_t n = std::min(text.size(), other.size());
+void compareAndSearch(const UnitText& text, const UnitText& other, UnitText part, std::uint16_t c) {
   std::size_t run = 0;
-  while (run < n && text[run] != 0 && same(fold, text[run], other[run])) ++run;
-  const std::size_t found = matchingRun<fold, Bytes>(text.data(), other.data(), n);
+  while (run < text.size() && text[run] != 0 && same<fold>(text[run], other[run])) ++run;
+  const std::size_t found = matchingRun<fold, Bytes>(text.data(), other.data(), text.size());
   ASSERT_LE(found, run);
   ASSERT_LT(run - found, Bytes::Units::SIZE);
-
-  std::size_t at = 0;
-  while (at < text.size() && !same(fold, text[at], c)) ++at;
-  ASSERT_EQ(findUnit(text.data(), text.size(), Probe<fold, Bytes>(c)), at);
+  ASSERT_EQ(findUnit(text.data(), text.size(), Probe<fold, Bytes>(c)),
+            indexOf(text, [c](std::uint16_t unit) { return same<fold>(unit, c); }));
 
   UnitText ended = text;  // the last unit is the terminator
   ended.push_back(0);
   std::erase(part, 0);
   part.push_back('b');
-  const auto zero = std::find(ended.begin(), ended.end(), 0);
-  const auto place = std::search(ended.begin(), zero, part.begin(), part.end(),
-                                 [](std::uint16_t a, std::uint16_t b) { return same(fold, a, b); });
-  const std::uint16_t* const expected = place == zero ? nullptr : &*place;
-  ASSERT_EQ((findPart<fold, Bytes>(ended.data(), text.size(), part.data(), part.size())), expected);
+  const auto zero = std::ranges::find(ended, 0);
+  const auto place = std::search(ended.begin(), zero, part.begin(), part.end(), same<fold>);
+  ASSERT_EQ((findPart<fold, Bytes>(ended.data(), text.size(), part.data(), part.size())),
+            place == zero ? nullptr : &*place);
 }
 
 TYPED_TEST(TextKernelsTest, ComparisonAndSearchAgreeWithPlainLoops) {
   for (int round = 0; round < 8000; ++round) {
-    const UnitText text = this->units(this->size());
-    UnitText other = text, part;
+    const auto below = [this](std::size_t n) { return this->fRandom() % n; };
+    const UnitText text = this->units(below(100));
+    UnitText other = text, part = this->units(below(3));
     for (std::uint16_t& c : other) {
-      if (this->fRandom() % 3 == 0) c = String::chrToLower(c);
-      if (this->fRandom() % 50 == 0) c = static_cast<std::uint16_t>(c ^ 0x20);
+      if (below(3) == 0) c = String::chrToLower(c);
+      if (below(50) == 0) c = static_cast<std::uint16_t>(c ^ 0x20);
     }
-    if (const std::size_t from = this->fRandom() % (text.size() + 1); round % 2 == 0) {
-      part.assign(other.begin() + static_cast<std::ptrdiff_t>(from), other.end());
-      part.resize(std::min<std::size_t>(part.size(), this->fRandom() % 12));
-    } else {
-      part = this->units(this->fRandom() % 3);
+    if (round % 2 == 0) {
+      const std::size_t from = below(text.size() + 1);
+      part.assign(other.data() + from, other.data() + std::min(other.size(), from + below(12)));
     }
     const std::uint16_t c = this->units(1)[0];
     ASSERT_NO_FATAL_FAILURE((compareAndSearch<false, TypeParam>(text, other, part, c))) << round;
@@ -147,35 +143,12 @@ TEST(NativeWholeTextTest, AgreesWithSingleCharacters) {
     static constexpr unsigned PAGES[] = {1252, 28605, 874, 932, 949, 1255, 65001, 12345};
     setACPid(PAGES[round % 8]);
     const unsigned rare = 1 + random() % 30;
-    UnitText text(random() % 60), units(text.size());
-    for (std::uint16_t& c : text) c = static_cast<std::uint16_t>(1 + random() % (random() % rare != 0 ? 0x7F : 0xFFFF));
-    std::vector<char> expected(3 * text.size()), bytes(3 * text.size());
-    char* end = expected.data();
-    for (const std::uint16_t c : text) end += uni2nat(c, end, 3);
-    expected.resize(static_cast<std::size_t>(end - expected.data()));
-    bytes.resize(static_cast<std::size_t>(writeNative(text.data(), text.size(), bytes.data()) - bytes.data()));
-    ASSERT_EQ(bytes, expected);
-
-    if (round % 16 < 8) {  // bytes of any kind
-      for (char& byte : bytes) byte = static_cast<char>(1 + random() % (random() % rare != 0 ? 0x7F : 0xFF));
-    }
-    std::vector<char> input = bytes;
-    if (round % 3 == 0) input.push_back(0);  // may be read, but ends the text
-    UnitText read(bytes.size()), single;
-    std::uint32_t error = 0;
-    try {
-      for (std::size_t i = 0; i < bytes.size();) {
-        std::uint16_t unit;
-        i += static_cast<std::size_t>(nat2uni(input.data() + i, &unit, static_cast<std::int32_t>(input.size() - i)));
-        single.push_back(unit);
-      }
-    } catch (const StringError& e) {
-      error = e.code();
-    }
-    std::uint16_t* out = read.data();
-    ASSERT_EQ(readNative(input.data(), bytes.size(), input.size(), out), error) << round;
-    read.resize(static_cast<std::size_t>(out - read.data()));
-    ASSERT_EQ(read, single) << round;
+    std::u16string text(random() % 60, u' ');
+    for (char16_t& c : text) c = static_cast<char16_t>(1 + random() % (random() % rare != 0 ? 0x7F : 0xFFFF));
+    std::string expected;
+    char one[3];
+    for (const char16_t c : text) expected.append(one, static_cast<std::size_t>(uni2nat(c, one, 3)));
+    ASSERT_EQ(NatString(String(text)).begin(), expected);
   }
   setACPid(0);
 }

@@ -31,39 +31,6 @@ void decodeExactly(String& s, std::string_view text) {
 
 std::u16string unitsOf(const String& s) { return {s.units().begin(), s.units().end()}; }
 
-}  // namespace
-
-TEST(TranscodeTest, OneUnitBothWaysAndItsRoom) {
-  static constexpr struct {
-    std::uint16_t unit;
-    std::string_view utf8;
-  } ROWS[] = {{0, {"\0", 1}},          {0x7F, "\x7F"},           {0x80, "\xC2\x80"},      {0x7FF, "\xDF\xBF"},
-              {0x800, "\xE0\xA0\x80"}, {0xD800, "\xED\xA0\x80"}, {0xFFFF, "\xEF\xBF\xBF"}};  // a surrogate too
-  for (const auto& row : ROWS) {
-    SCOPED_TRACE(row.unit);
-    const auto size = static_cast<std::int32_t>(row.utf8.size());
-    std::string out(4, '#');
-    EXPECT_EQ(uni2utf(row.unit, out.data(), size - 1), -1);
-    EXPECT_EQ(out, "####");
-    EXPECT_EQ(uni2utf(row.unit, out.data(), size), size);
-    EXPECT_EQ(out, std::string(row.utf8) + std::string(4 - row.utf8.size(), '#'));
-    std::uint16_t unit = 0x5555;
-    EXPECT_EQ(utf2uni(row.utf8.data(), &unit), size);
-    EXPECT_EQ(unit, row.unit);
-  }
-}
-
-TEST(TranscodeTest, IllFormedSequences) {
-  // The terminator is no continuation byte.
-  for (const char* in : {"\x80", "\xBF\xBF", "\xC3", "\xC3\xC3", "\xE2", "\xE2\x82", "\xE2\x41\xAC", "\xE2\x82\x41",
-                         "\xF0\x90\x80\x80", "\xFF"}) {
-    SCOPED_TRACE(testing::PrintToString(in));
-    std::uint16_t unit = 0x5555;
-    EXPECT_EQ(utf2uni(in, &unit), -1);
-    EXPECT_EQ(unit, 0);
-  }
-}
-
 TEST(TranscodeTest, ZeroUnitsAndEmptySources) {
   String s;
   decodeExactly(s, {"a\0b\xC0\x80", 5});                // the last is a zero in two bytes
@@ -107,25 +74,49 @@ TEST(TranscodeTest, PrefixBeforeAnErrorStays) {
   }
 }
 
-// Whole texts are taken in blocks, single units are not: both must agree, wherever ASCII runs begin and end.
+/// Mostly of one kind, ASCII, two bytes or three, with others and zeros between.
+std::u16string randomText(std::mt19937& random) {
+  constexpr unsigned FIRST[] = {0x01, 0x80, 0x800, 0x00}, COUNT[] = {0x7F, 0x780, 0xF800, 0x01};
+  const unsigned usual = random() % 3, strange = 1 + random() % 20;
+  std::u16string text(random() % 200, u' ');
+  for (char16_t& c : text) {
+    const unsigned kind = random() % strange != 0 ? usual : random() % 4;
+    c = static_cast<char16_t>(FIRST[kind] + random() % COUNT[kind]);
+  }
+  return text;
+}
+
+// Whole texts are taken in blocks, single units are not: both must agree.
 TEST(TranscodeTest, BlocksAgreeWithSingleUnits) {
-  const auto seed = std::random_device{}();
-  SCOPED_TRACE(testing::Message() << "seed " << seed);
-  std::mt19937 random(seed);
-  for (int round = 0; round < 2000; ++round) {
-    std::u16string text(random() % 80, u'a');
-    const unsigned wide = random() % 8;
-    for (char16_t& c : text) {
-      c = static_cast<char16_t>(random() % 8 < wide ? 1 + random() % 0xFFFF : 1 + random() % 0x7F);
+  std::mt19937 random(20261123);
+  for (int round = 0; round < 4000; ++round) {
+    std::u16string text = randomText(random);
+    std::string expected;
+    for (const char16_t c : text) expected += c != 0 ? utf8(String(std::u16string_view(&c, 1))) : "";
+    ASSERT_EQ(utf8Of(String(text)), expected);
+
+    // A byte of any kind somewhere: the text before it, or all if the bytes are well-formed still.
+    if (!expected.empty() && round % 2 != 0) expected[random() % expected.size()] = static_cast<char>(random());
+    text.clear();
+    bool wellFormed = true;
+    for (std::size_t i = 0; i < expected.size() && wellFormed;) {
+      std::uint16_t unit;
+      const std::int32_t consumed = utf2uni(expected.c_str() + i, &unit);
+      wellFormed = consumed > 0;
+      if (wellFormed) text += static_cast<char16_t>(unit), i += static_cast<std::size_t>(consumed);
     }
-    const String s{std::u16string_view(text)};
-    const std::string expected = utf8(s);
-    ASSERT_EQ(utf8Of(s), expected);
-    String back;
-    decodeExactly(back, expected);
-    ASSERT_EQ(unitsOf(back), text);
-    back.buildfromUTF8(bytes(expected));
-    ASSERT_EQ(unitsOf(back), text);
-    ASSERT_EQ(unitsOf(String::fromUTF8(expected)), text);
+    String decoded;
+    if (wellFormed) {
+      ASSERT_NO_THROW(decodeExactly(decoded, expected));
+      ASSERT_EQ(unitsOf(String::fromUTF8(expected)), text);
+    } else {
+      ASSERT_THROW(decodeExactly(decoded, expected), StringError);
+    }
+    ASSERT_EQ(unitsOf(decoded), text);
+    if (expected.find('\0') != expected.npos) continue;
+    if (wellFormed) decoded.buildfromUTF8(bytes(expected));  // up to the terminator
+    ASSERT_EQ(unitsOf(decoded), text);
   }
 }
+
+}  // namespace

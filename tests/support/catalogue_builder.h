@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -9,6 +10,15 @@
 /// Overwrites `width` bytes at `at` with `value`, little-endian.
 inline void poke(std::string& bytes, std::size_t at, int width, std::uint32_t value) {
   for (int i = 0; i < width; ++i) bytes.at(at + i) = static_cast<char>(value >> 8 * i & 0xFF);
+}
+
+/// A text of a catalogue: "$1 of $2" has the marks of two values.
+inline std::u16string withValues(std::u16string text) {
+  std::replace(text.begin(), text.end(), u'$', u'\x13');
+  return text;
+}
+inline std::u16string twoDigits(std::uint32_t number) {
+  return {static_cast<char16_t>('0' + number / 10), static_cast<char16_t>('0' + number % 10)};
 }
 
 /// Makes the bytes of a catalogue file, independent of the compiler of the tools. Faults are put in afterwards, with
