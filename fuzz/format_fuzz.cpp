@@ -5,6 +5,7 @@
 #include "fuzz/support/format_arguments.h"
 #include "zqcore27/errors/mem_error.h"
 #include "zqcore27/errors/string_error.h"
+#include "zqcore27/strings/format_check.h"
 #include "zqcore27/strings/string.h"
 #include "zqcore27/strings/transcode.h"
 
@@ -35,11 +36,47 @@ std::pair<std::u16string, std::uint32_t> built(String& s, const char* format, st
   return {code == 0 ? text : std::u16string(), code};
 }
 
+/// The check of formats reads the grammar a second time: where it sees a bad directive the engine stops, and what it
+/// counts the engine takes, so that the next value is the one meant for it.
+void compareWithCheck(const char* format, std::vector<Argument> arguments) {
+  static constexpr FormatArgument KINDS[] = {{FormatArgument::UNSIGNED, 2}, {FormatArgument::FLOATING, 8},
+                                             {FormatArgument::WIDE_TEXT},   {FormatArgument::NARROW_TEXT},
+                                             {FormatArgument::NARROW_TEXT}, {FormatArgument::COUNT}};
+  std::vector<FormatArgument> checked;
+  for (const Argument& a : arguments) checked.push_back(KINDS[a.kind]);
+  const FormatFault fault = FormatCheck(format, checked).build();
+  require(fault == FormatFault::NONE || fault == FormatFault::BAD_DIRECTIVE, "the check counts as is passed");
+  if (arguments.size() == fuzz::MAX_ARGUMENTS) return;
+  arguments.push_back({Argument::INT, 12345});
+  String s;
+  const auto [text, error] = built(s, (std::string(format) + "\1%d\2").c_str(), arguments);
+  require(error != 0 || text.ends_with(u"\x01\x31\x32\x33\x34\x35\x02") == (fault == FormatFault::NONE),
+          "the engine reads as the check does");
+}
+
+/// A short format of pieces of directives.
+void checkPieces(fuzz::Input& in) {
+  static constexpr std::string_view PIECES = "%%%%%%dddsscPnfgeuoxXbpilhNLq-+ #0.**12";
+  static std::int32_t count;
+  std::vector<char> format;
+  for (std::uint32_t n = in.below(12); n != 0; --n) format.push_back(PIECES[in.below(PIECES.size())]);
+  format.push_back(0);
+  std::vector<Argument> arguments = fuzz::argumentsOf(format);
+  for (Argument& a : arguments) {
+    a.number = 3;
+    a.real = 1.5;
+    if (a.kind == Argument::COUNT) a.place = &count;
+    if (a.kind == Argument::BYTES || a.kind == Argument::COUNTED) a.place = "\3abc";
+  }
+  compareWithCheck(format.data(), arguments);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::Input in(data, size);
   setACPid(in.below(2) != 0 ? 932 : 65001);
+  for (fuzz::Input pieces(data, size); !pieces.empty();) checkPieces(pieces);
   const bool aliased = in.below(2) != 0;
   std::vector<char> format = fuzz::terminated(in.upTo('~'));
   std::vector<Argument> arguments = fuzz::argumentsOf(format);
@@ -75,6 +112,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (std::strchr(format.data(), '%') == nullptr) {
     require(plain.first.size() == std::strlen(format.data()), "a format without directives is its own text");
   }
+  if (plain.second == 0) compareWithCheck(format.data(), arguments);
   if (!aliased) return 0;
   String itself(own);
   for (Argument& a : arguments) {

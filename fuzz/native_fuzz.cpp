@@ -65,6 +65,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::erase(units, u'\0');
   const NatString native{String(units)};  // with a ? for what the page lacks
   require(native.size() == std::strlen(native.begin()) + 1, "native text is terminated");
+  std::string single;
+  for (const char16_t& unit : units) single += NatString(String(std::u16string_view(&unit, 1))).begin();
+  require(native.begin() == single, "each unit is written as by itself");
   const String once(native.begin());
   require(same(String(NatString(once).begin()), once), "native text is stable after one pass");
   return 0;

@@ -55,6 +55,41 @@ void checkInteger(const std::string& format, std::string_view text, const Result
   require(stored == (negative ? 0 - value : value), "the scan reads an integer modulo 2^32");
 }
 
+/// Scans by both, and compares the results and all that is written.
+void compareWithRuntime(const std::string& text, const std::string& format) {
+  struct alignas(double) Target : std::array<char, 80> {};
+  std::array<Target, 2> ours, theirs;
+  for (int i = 0; i < 2; ++i) ours[i].fill('~'), theirs[i].fill('~');
+  require(String(text.c_str()).scan(format.c_str(), &ours[0], &ours[1]) ==
+              std::sscanf(text.c_str(), format.c_str(), &theirs[0], &theirs[1]),
+          "both scans count the same");
+  require(ours == theirs, "both scans store the same");
+}
+
+/// Numbers where the two agree: digits of the radix behind an opening, room for one of them, 32 bits; 28 where the
+/// runtime's own numbers have 32, since it then stops at the largest.
+void checkNumbers(fuzz::Input& in) {
+  struct Form {
+    std::string opening, digits;
+    std::size_t least;  // the width that reaches a digit
+  };
+  static const Form FORMS[] = {
+      {"", "123456789", 1}, {"0", "01234567", 1}, {"0x", "0123456789abcdefABCDEF", 3}, {"0X", "0123456789", 3}};
+  const Form& form = FORMS[in.below(4)];
+  const std::string sign = std::string(1, "+- "[in.below(3)]).substr(0, in.below(2));
+  std::string digits = sign + form.opening;
+  for (std::size_t n = 1 + in.below(sizeof(long) == 4 ? 7 : 8); n > 0; --n) {
+    digits += form.digits[in.below(static_cast<std::uint32_t>(form.digits.size()))];
+  }
+  const std::size_t taken = sign == " " ? 0 : sign.size();  // a blank is none of the width
+  compareWithRuntime(digits + ",", "%" + std::to_string(taken + form.least + in.below(12)) + "i%15[^~]");
+  char text[80];
+  std::snprintf(text, sizeof text, "%.*e", static_cast<int>(in.below(20)), in.value<double>());
+  if (std::strchr(text, 'n') == nullptr) compareWithRuntime(text, "%lf");  // nan is no number alone
+  std::snprintf(text, sizeof text, "%d,%x end ", in.value<std::int32_t>(), in.value<std::uint32_t>());
+  compareWithRuntime(text, "%d,%x");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -70,5 +105,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const std::string_view text = bytes.substr(0, bytes.find('\0'));
   checkInteger(format.data(), text, r);
+  for (fuzz::Input numbers(data, size); !numbers.empty();) checkNumbers(numbers);
   return 0;
 }

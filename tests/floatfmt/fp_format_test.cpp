@@ -6,10 +6,8 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
-#include <initializer_list>
 #include <limits>
 #include <optional>
-#include <random>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -246,59 +244,6 @@ TEST(FpFormatTest, ARefusedSetUpLeavesAConverterReadyAndWithinItsWidth) {
   EXPECT_EQ(FpFormat(3, 8, &status).format(), 3);
   EXPECT_EQ(status, 1);
   FpFormat(2, 8, nullptr);
-}
-
-// Kind 4, which can't be stored, ends both at the same place.
-TEST(FpFormatTest, ArraysGiveWhatSingleCallsGiveOneAfterTheOther) {
-  constexpr std::size_t MOST = 1000, VALUES_AT = 16, BEHIND = VALUES_AT + MOST * 8 + 3;
-  std::mt19937 random(20260212);
-  const auto oneOf = [&](std::initializer_list<std::size_t> choices) {
-    return choices.begin()[random() % choices.size()];
-  };
-  std::vector<std::uint64_t> noise((BEHIND + MOST * 24) / 8 + 1);
-  for (auto& word : noise) word = std::uint64_t{random()} << 32 | random();
-  for (int round = 0; round < 1500; ++round) {
-    const int code = 1 + static_cast<int>(random() % 11);
-    const std::size_t width = oneOf({4, 8}), stride = oneOf({0, 3, width, width, width + 1, 24});
-    const std::size_t n = oneOf({0, 1, 255, MOST, MOST}), at = oneOf({0, 3, 24, BEHIND, BEHIND, BEHIND});
-    SCOPED_TRACE(testing::Message() << "code " << code << ", width " << width << ", stride " << stride << ", stored at "
-                                    << at << ", n " << n);
-    const FpFormat f = converter(code, width);
-    std::vector<std::uint64_t> one(noise);
-    auto* const stored = reinterpret_cast<unsigned char*>(one.data()) + at;  // over the values, or behind them
-    const std::size_t step = 1 + random() % 16;
-    for (std::size_t i = n / 2; at == BEHIND && stride >= width && i < n; i += step) {  // not in every block
-      const auto what = static_cast<int>(random() % 7);
-      if (what < 4) f.putHostValue(stored + i * stride, special(what == 0 ? 7 : what));
-      if (what == 4) f.putHostValue(stored + i * stride, 0);
-      if (what > 4) std::memset(stored + i * stride + (what == 5 ? width - 4 : 0), 0, 4);
-    }
-    std::vector<std::uint64_t> all(one);
-    auto* const column = reinterpret_cast<unsigned char*>(all.data()) + at;
-    auto* const values = reinterpret_cast<double*>(all.data() + VALUES_AT / 8);
-    const auto bare = [&](std::size_t i) { return reinterpret_cast<double*>(&one[VALUES_AT / 8 + i]); };
-    for (std::size_t i = 0; i < n; ++i) {
-      QUIETS ? f.getHostValues(stored + i * stride, bare(i), 1, width)
-             : void(one[VALUES_AT / 8 + i] = bits(f.getHostValue(stored + i * stride)));
-    }
-    f.getHostValues(column, values, n, stride);
-    ASSERT_TRUE(one == all) << "read";
-    const bool refused = n != 0 && round % 2 == 0;
-    const std::size_t refusedAt = VALUES_AT / 8 + random() % MOST;
-    for (auto* const words : {&one, &all}) {  // nothing that is left unwritten may look written
-      if (at == BEHIND) std::memset(reinterpret_cast<unsigned char*>(words->data()) + at, 0xA5, n * width);
-      if (refused) (*words)[refusedAt] = 0x7f66778300000000;
-    }
-    const std::uint32_t error = raised([&] {
-      for (std::size_t i = 0; i < n; ++i) {
-        QUIETS ? f.putHostValues(stored + i * stride, bare(i), 1, width)
-               : f.putHostValue(stored + i * stride, fromBits(one[VALUES_AT / 8 + i]));
-      }
-    });
-    ASSERT_EQ(raised([&] { f.putHostValues(column, values, n, stride); }), error);
-    ASSERT_TRUE(one == all) << "written";
-    ASSERT_EQ(at == BEHIND && error != 0, at == BEHIND && refused && refusedAt < VALUES_AT / 8 + n);
-  }
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <random>
 #include <span>
 #include <sstream>
 #include <string>
@@ -14,7 +13,6 @@
 #include <utility>
 #include <vector>
 
-#include "fuzz/support/format_arguments.h"
 #include "tests/support/text.h"
 #include "zqcore27/errors/string_error.h"
 
@@ -140,50 +138,6 @@ TEST(CheckedFormatTest, TakesForScanWhatTheEngineStores) {
       {__LINE__, NO_ROOM, "8 %8s|8 %s|8 %[a]|c %2c|c %1s"},
       {__LINE__, WRONG_ARGUMENT, "i %7s|y %7s|h %d"}};
   expectFaults(all, &FormatCheck::scan, FAULTS);
-}
-
-// The check reads the grammar a second time: where it sees a bad directive the engine stops, and what it counts the
-// engine takes, so that the next value is the one meant for it.
-TEST(CheckedFormatTest, ReadsFormatsAsTheEngineDoes) {
-  using fuzz::Argument;
-  static constexpr std::string_view PIECES = "%%%%%%dddsscPnfgeuoxXbpilhNLq-+ #0.**12";
-  std::int32_t count;
-  const std::pair<FormatArgument, Argument> candidates[] = {
-      {{FormatArgument::UNSIGNED, 2}, {Argument::INT, 3}},
-      {{FormatArgument::FLOATING, 8}, {Argument::DOUBLE, 0, 1.5}},
-      {{FormatArgument::NULL_TEXT}, {Argument::UNITS}},
-      {{FormatArgument::NARROW_TEXT}, {Argument::BYTES, 0, 0, "\3abc"}},
-      {{FormatArgument::COUNT}, {Argument::COUNT, 0, 0, &count}}};
-  std::mt19937 random(20261123);
-  int fitting = 0, bad = 0;
-  for (int i = 0; i < 50000; ++i) {
-    std::string format;
-    for (std::size_t n = random() % 12; n != 0; --n) format += PIECES[random() % PIECES.size()];
-    std::vector<FormatArgument> arguments;  // that the check accepts one after the other
-    std::vector<Argument> passed;
-    FormatFault fault;
-    while ((fault = FormatCheck(format.c_str(), arguments).build()) == FormatFault::TOO_FEW_ARGUMENTS) {
-      arguments.emplace_back();
-      passed.emplace_back();
-      for (const auto& [argument, value] : candidates) {
-        arguments.back() = argument;
-        passed.back() = value;
-        if (FormatCheck(format.c_str(), arguments).build() != FormatFault::WRONG_ARGUMENT) break;
-      }
-    }
-    if (passed.size() >= fuzz::MAX_ARGUMENTS) continue;
-    passed.push_back({Argument::INT, 12345});
-    format += "|%d|";
-    String text;
-    fuzz::pass([&](auto... each) { text.build(format.c_str(), each...); }, passed);
-    const bool fits = fault == FormatFault::NONE;
-    ++(fits ? fitting : bad);
-    EXPECT_TRUE(fits || fault == FormatFault::BAD_DIRECTIVE) << format;
-    EXPECT_TRUE(fits ? utf8(text).ends_with("|12345|") : text.locateFirst('|', false) == String::NOT_FOUND)
-        << format << " gives " << text;
-  }
-  EXPECT_GT(fitting, 5000);
-  EXPECT_GT(bad, 5000);
 }
 
 TEST(CheckedFormatTest, BuildsAsThePlainOperationDoes) {

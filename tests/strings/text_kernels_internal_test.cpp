@@ -9,14 +9,10 @@
 #include <algorithm>
 #include <random>
 #include <set>
-#include <string>
 #include <vector>
 
 #include "zqcore27/strings/long_ascii.h"
-#include "zqcore27/strings/nat_string.h"
-#include "zqcore27/strings/native_text.h"
 #include "zqcore27/strings/string.h"
-#include "zqcore27/strings/transcode.h"
 
 namespace {
 
@@ -134,23 +130,6 @@ TEST(CaseMapTest, DirectFormsAndClassesAreThoseOfTheMaps) {
     const CaseClass units = caseClass(c);
     EXPECT_EQ(std::set<std::uint16_t>(units.begin(), units.end()), classes[UPPER_MAP(c)]) << u;
   }
-}
-
-// Whole texts resolve the code page once; each character must come out as by itself.
-TEST(NativeWholeTextTest, AgreesWithSingleCharacters) {
-  std::mt19937 random(27);
-  for (int round = 0; round < 6000; ++round) {
-    static constexpr unsigned PAGES[] = {1252, 28605, 874, 932, 949, 1255, 65001, 12345};
-    setACPid(PAGES[round % 8]);
-    const unsigned rare = 1 + random() % 30;
-    std::u16string text(random() % 60, u' ');
-    for (char16_t& c : text) c = static_cast<char16_t>(1 + random() % (random() % rare != 0 ? 0x7F : 0xFFFF));
-    std::string expected;
-    char one[3];
-    for (const char16_t c : text) expected.append(one, static_cast<std::size_t>(uni2nat(c, one, 3)));
-    ASSERT_EQ(NatString(String(text)).begin(), expected);
-  }
-  setACPid(0);
 }
 
 }  // namespace

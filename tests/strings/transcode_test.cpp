@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -71,51 +70,6 @@ TEST(TranscodeTest, PrefixBeforeAnErrorStays) {
     EXPECT_EQ(s[s.size()], 0);
     EXPECT_EQ(s.MemResizable::size(), row.prefix.empty() ? 0 : 2 * row.prefix.size() + 2);
     EXPECT_THROW(String::fromUTF8(std::string(row.in)), StringError);
-  }
-}
-
-/// Mostly of one kind, ASCII, two bytes or three, with others and zeros between.
-std::u16string randomText(std::mt19937& random) {
-  constexpr unsigned FIRST[] = {0x01, 0x80, 0x800, 0x00}, COUNT[] = {0x7F, 0x780, 0xF800, 0x01};
-  const unsigned usual = random() % 3, strange = 1 + random() % 20;
-  std::u16string text(random() % 200, u' ');
-  for (char16_t& c : text) {
-    const unsigned kind = random() % strange != 0 ? usual : random() % 4;
-    c = static_cast<char16_t>(FIRST[kind] + random() % COUNT[kind]);
-  }
-  return text;
-}
-
-// Whole texts are taken in blocks, single units are not: both must agree.
-TEST(TranscodeTest, BlocksAgreeWithSingleUnits) {
-  std::mt19937 random(20261123);
-  for (int round = 0; round < 4000; ++round) {
-    std::u16string text = randomText(random);
-    std::string expected;
-    for (const char16_t c : text) expected += c != 0 ? utf8(String(std::u16string_view(&c, 1))) : "";
-    ASSERT_EQ(utf8Of(String(text)), expected);
-
-    // A byte of any kind somewhere: the text before it, or all if the bytes are well-formed still.
-    if (!expected.empty() && round % 2 != 0) expected[random() % expected.size()] = static_cast<char>(random());
-    text.clear();
-    bool wellFormed = true;
-    for (std::size_t i = 0; i < expected.size() && wellFormed;) {
-      std::uint16_t unit;
-      const std::int32_t consumed = utf2uni(expected.c_str() + i, &unit);
-      wellFormed = consumed > 0;
-      if (wellFormed) text += static_cast<char16_t>(unit), i += static_cast<std::size_t>(consumed);
-    }
-    String decoded;
-    if (wellFormed) {
-      ASSERT_NO_THROW(decodeExactly(decoded, expected));
-      ASSERT_EQ(unitsOf(String::fromUTF8(expected)), text);
-    } else {
-      ASSERT_THROW(decodeExactly(decoded, expected), StringError);
-    }
-    ASSERT_EQ(unitsOf(decoded), text);
-    if (expected.find('\0') != expected.npos) continue;
-    if (wellFormed) decoded.buildfromUTF8(bytes(expected));  // up to the terminator
-    ASSERT_EQ(unitsOf(decoded), text);
   }
 }
 
