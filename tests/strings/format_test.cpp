@@ -39,6 +39,21 @@ TEST(FormatTest, Integers) {
   EXPECT_EQ(built("%.*d|%.*d|%05.*d|%NLhld", 3, 5, -3, 5, -3, 5, 5), "005|5|00005|5");
 }
 
+// With and without a width numbers take different ways.
+TEST(FormatTest, AWidthOfOneChangesNothing) {
+  std::mt19937 random(1);
+  for (int i = 0; i < 20000; ++i) {
+    const std::string lead(i % 16 == 0 ? random() % 520 : 0, '-'), flags = i % 2 != 0 ? "+#" : "";
+    const std::uint32_t value = i < 20 ? static_cast<std::uint32_t>(std::pow(10, i / 2)) - i % 2
+                                       : static_cast<std::uint32_t>(random()) >> random() % 32;
+    const char letter = "dxXuob"[random() % 6];
+    EXPECT_EQ(built(lead + "%" + flags + "l" + letter, value), built(lead + "%" + flags + "1l" + letter, value));
+    const std::string real = "." + std::to_string(random() % 20) + "fe"[i / 2 % 2];
+    const double number = std::ldexp(value, static_cast<int>(random() % 200) - 100);
+    EXPECT_EQ(built(lead + "%" + flags + real, number), built(lead + "%" + flags + "1" + real, number));
+  }
+}
+
 TEST(FormatTest, Text) {
   const std::uint16_t* const nothing = nullptr;
   const std::uint16_t* const abc = wide(u"abcdef");
@@ -125,6 +140,12 @@ TEST(FormatTest, BlocksAreExact) {
     ASSERT_EQ(blockBytes(text), 2 * units);
     EXPECT_TRUE(std::all_of(text.begin() + n, text.begin() + units, [](unsigned unit) { return unit == 0; }));
     std::fill_n(text.begin(), units - 1, '#');  // as a host may; the next text is clear behind it all the same
+  }
+  std::mt19937 random(8194);
+  for (int round = 0; round < 2000; ++round) {  // ... and of a single unit anywhere
+    text.build("%*d%e", static_cast<std::int32_t>(random() % (round % 8 != 0 ? 40 : 600)), 1, 1.5);
+    EXPECT_TRUE(std::all_of(text.begin() + text.size(), text.begin() + 4097, [](unsigned unit) { return unit == 0; }));
+    text[random() % 4097] = static_cast<std::uint16_t>(1u << random() % 16);
   }
   text.build("x");
   while (text.size() < 4102)

@@ -14,11 +14,13 @@ enum class DigitMode {
 /// The most digits that are ever produced. Only the first 17 of them are computed; those behind are 0.
 inline constexpr std::int32_t MOST_DIGITS = 30;
 
+inline constexpr std::int32_t DIGITS_STEP = 8;  // digits are copied that many at once
+
 struct Digits {
-  char digits[MOST_DIGITS + 2];  // '0' to '9'
-  std::int32_t count;            // how many there are
-  std::int32_t decpt;            // the decimal point, counted from the first digit: 1 for 1.5, -1 for 0.015, 0 for 0
-  bool negative;                 // below zero, which negative zero isn't
+  char digits[MOST_DIGITS + 2 + DIGITS_STEP];  // '0' to '9'; anything behind them
+  std::int32_t count;                          // how many there are
+  std::int32_t decpt;  // the decimal point, counted from the first digit: 1 for 1.5, -1 for 0.015, 0 for 0
+  bool negative;       // below zero, which negative zero isn't
 };
 
 /// Digits of `value`, with `ndigits` asked for, clamped to 0..30; in fixed mode again with `decpt` added. Ties round up

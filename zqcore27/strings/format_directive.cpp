@@ -87,10 +87,12 @@ constexpr ByteTable CONVERSIONS("%dsxXuoibcpPnfegEG");
 
 const char* readDirective(const char* format, FormatArguments& arguments, Directive& directive) {
   directive = Directive();
-  for (; const std::int32_t flag = flagOf(*format); ++format) directive.flags |= flag;
-  readWidth(format, arguments, directive);
-  readPrecision(format, arguments, directive);
-  for (; const std::int32_t modifier = modifierOf(*format); ++format) directive.flags |= modifier;
+  if (!CONVERSIONS.has(*format)) {
+    for (; const std::int32_t flag = flagOf(*format); ++format) directive.flags |= flag;
+    readWidth(format, arguments, directive);
+    readPrecision(format, arguments, directive);
+    for (; const std::int32_t modifier = modifierOf(*format); ++format) directive.flags |= modifier;
+  }
   directive.conversion = *format;
   return CONVERSIONS.has(*format) ? format + 1 : nullptr;
 }

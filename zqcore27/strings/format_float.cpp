@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <iterator>
 
 #include "zqcore27/strings/digit_generator.h"
 #include "zqcore27/strings/format_state.h"
@@ -109,11 +110,14 @@ class FloatText {
     put('.');
   }
 
-  /// As many as find room.
+  /// As many as find room. Units behind them are written as well: `digits` and the text have room for a step more.
   void put_digits(const char* digits, std::int32_t n) {
+    if (n == 1) return put(*digits);
     n = std::min(n, FLOAT_UNITS - fUnits);
     std::uint16_t* const out = fOut + fUnits;
-    for (std::int32_t i = 0; i < n; ++i) out[i] = static_cast<std::uint16_t>(digits[i]);
+    for (std::int32_t i = 0; i < n; i += DIGITS_STEP) {
+      for (std::int32_t k = 0; k < DIGITS_STEP; ++k) out[i + k] = static_cast<std::uint16_t>(digits[i + k]);
+    }
     fUnits += std::max(n, 0);
   }
 
@@ -154,12 +158,19 @@ std::int32_t writeFloat(std::uint16_t* out, double value, const Directive& direc
 }
 
 void String::format_state::floating() {
-  static_assert(FLOAT_UNITS <= DIGITS_END + 1);
   directive.flags &= ~FMT_NARROW;
   if (directive.conversion == 'g' || directive.conversion == 'G') directive.flags |= FMT_G;
   const auto value = arguments.next<double>();
   if (!std::isfinite(value)) directive.flags &= ~FMT_ZERO;  // a word isn't filled with zeros
   sign_prefix(value < 0);
+  if (directive.width == 0 && stack_has(text, std::size(prefix) + FLOAT_ROOM)) {
+    // Straight to its place, as an integer.
+    std::uint16_t* const out = put_prefix(0);
+    const auto units = static_cast<std::uint32_t>(writeFloat(out, value, directive));
+    append(text, units);
+    advance(units);
+    return;
+  }
   wide = scratch;
   len = writeFloat(scratch, value, directive);
 }

@@ -4,12 +4,16 @@
 
 #include <cstdint>
 
+#include "zqcore27/strings/digit_generator.h"
 #include "zqcore27/strings/format_directive.h"
 
 inline namespace zqcore27 {
 
 /// The most units that a number can have.
 inline constexpr std::int32_t FLOAT_UNITS = 32;
+
+/// The units that may be written meanwhile.
+inline constexpr std::int32_t FLOAT_ROOM = FLOAT_UNITS + DIGITS_STEP;
 
 /// Writes the magnitude of `value` as the directive asks, one of %e %E %f %g %G, to `out`, without sign and terminator.
 /// Returns the units written, 1 to FLOAT_UNITS; digits that find no room are dropped. An infinity is written as "inf",

@@ -44,7 +44,9 @@ std::int32_t String::str_ScanVar(const char* format, std::va_list args) {
       if (literal != state.fCurrent) break;
       continue;
     }
-    state.options();
+    state.fFlags = 0;
+    state.fWidth = 0;
+    if (!CONVERSIONS.has(*state.fFormat)) state.options();
     const char conversion = *state.fFormat;
     if (!CONVERSIONS.has(conversion)) break;
     ++state.fFormat;
@@ -57,7 +59,6 @@ std::int32_t String::str_ScanVar(const char* format, std::va_list args) {
 }
 
 void String::scanf_state::options() {
-  fFlags = 0;
   if (*fFormat == '*') {
     fFlags |= SCAN_SUPPRESS;
     ++fFormat;

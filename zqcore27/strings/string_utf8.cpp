@@ -9,6 +9,7 @@
 
 #include "zqcore27/errors/mem_error.h"
 #include "zqcore27/errors/string_error.h"
+#include "zqcore27/strings/long_ascii.h"
 #include "zqcore27/strings/nat_string.h"
 #include "zqcore27/strings/string.h"
 #include "zqcore27/strings/text_kernels.h"
@@ -194,20 +195,30 @@ constexpr std::size_t MAX_LENGTH = 0x7FFFFFFE;
 
 /// The bytes may lie in the old block. An ill-formed sequence raises the error; the units before it are then the text.
 void String::decode_utf8(const unsigned char* s, std::size_t n) {
-  // A text that begins with ASCII is taken for ASCII: its units needn't be counted first.
-  const bool begins = n <= MAX_LENGTH && n >= BLOCK && BestBytes::load(s).isAscii();
-  const std::uint64_t bound = begins ? n : maxUnits(s, n);
-  if (bound > MAX_LENGTH) throw MemError(MemError::TOO_LARGE, false);
+  // A text that begins with ASCII is taken for ASCII; only what stands behind that is counted first.
   String text;
-  Decoded decoded{0, n == 0};
-  if (bound != 0) {
-    text.replace_block(static_cast<std::uint32_t>(bound));
-    decoded = decode(s, n, {text.data(), static_cast<std::size_t>(bound)});
-    text.terminate(static_cast<unsigned int>(decoded.units));
+  std::size_t run = 0;
+  if (n >= BLOCK && n <= MAX_LENGTH && BestBytes::load(s).isAscii()) {
+    text.replace_block(static_cast<std::uint32_t>(n));
+    run = widenLongAscii(s, n, text.data());
+  }
+  const std::uint64_t bound = run + maxUnits(s + run, n - run);
+  if (bound > MAX_LENGTH) throw MemError(MemError::TOO_LARGE, false);
+  Decoded decoded{run, run == n};
+  if (bound != run) {
+    const auto units = static_cast<std::uint32_t>(bound);
+    if (run == 0) {
+      text.replace_block(units);
+    } else {
+      text.resize(dataSize(units + 1));
+    }
+    decoded = decode(s + run, n - run, std::span(text.data(), units).subspan(run));
+    decoded.units += run;
   }
   if (decoded.units == 0) {
     text.flush_data();
   } else {
+    text.terminate(static_cast<unsigned int>(decoded.units));
     text.resize(dataSize(text.fLength + 1));
   }
   *this = std::move(text);
