@@ -11,6 +11,7 @@
 #include "tests/support/text.h"
 #include "zqcore27/catalogue/cstr_error.h"
 #include "zqcore27/catalogue/cstr_file.h"
+#include "zqcore27/catalogue/ent_cstr_file.h"
 #include "zqcore27/core/core.h"
 
 inline std::string utf8(const std::uint16_t* s) { return s == nullptr ? "(null)" : utf8(String(s)); }
@@ -39,7 +40,7 @@ inline std::string textOf(CStr& catalogue, std::uint32_t handle) {
   return failure + text;
 }
 
-/// A directory of catalogues that the core looks into first. The state of the search is put back afterwards.
+/// A directory of catalogues that the core looks into first. Afterwards it knows none, and searches as before.
 class CatalogueTest : public testing::Test {
  protected:
   CatalogueTest() {
@@ -49,6 +50,8 @@ class CatalogueTest : public testing::Test {
   ~CatalogueTest() override {
     unsetenv("tavio_language");
     gCore->fStringDirectory = nullptr;
+    for (EntCStrFile* known : *gCore->fCatalogues) delete known;
+    gCore->fCatalogues->clear();
   }
 
   std::string pathOf(const std::string& name) const { return fDirectory / name; }

@@ -18,8 +18,7 @@ namespace {
 
 using CStrFileTest = CatalogueTest;
 constexpr const char* NAME = "strings_200_.cst";
-constexpr std::size_t PAGES_AT = CatalogueBuilder::PAGES_AT, INDEX_AT = CatalogueBuilder::INDEX_AT,
-                      FIRST_PAGE_AT = CatalogueBuilder::FIRST_PAGE_AT, PAGE_BYTES = CatalogueBuilder::PAGE_BYTES;
+constexpr std::size_t PAGES_AT = CatalogueBuilder::PAGES_AT, INDEX_AT = CatalogueBuilder::INDEX_AT;
 
 // One text a page, 0x1000 apart, with n as its text.
 std::string ofPages(int n) {
@@ -145,37 +144,13 @@ TEST_F(CStrFileTest, TellsHandlesThatDoNotFit) {
   EXPECT_EQ(file.get(0xE000FEDC), strNULL);
 }
 
-TEST_F(CStrFileTest, NeverLeavesAPage) {
-  const auto texts = [this](const std::string& bytes) {
-    write(NAME, bytes);
-    CStrFile file(nullptr, named(NAME));
-    return textOf(file, 0x100) + "|" + textOf(file, 0x101) + "|" + textOf(file, 0x1FF);
-  };
-  CatalogueBuilder b;
-  b.texts = {{0x100, u"alpha"}, {0x101, u"beta"}};
-  std::string page = b.bytes();
-  poke(page, INDEX_AT + 4, 4, 0x1FF);  // all 256 numbers are asked for
-  const auto with = [&page](int unit, std::uint32_t value) {
-    std::string bytes = page;
-    poke(bytes, FIRST_PAGE_AT + 2 * unit, 2, value);
-    return bytes;
-  };
-  EXPECT_EQ(texts(page), "alpha|beta|(null)");
-  EXPECT_EQ(texts(with(254, 0xAB06)), "alpha|beta|(null)") << "the high byte of an entry counts for nothing";
-  EXPECT_EQ(texts(with(254, 0x00FE)), "alpha|(null)|(null)") << "a text through the table and the last unit";
-  EXPECT_EQ(texts(with(255, 0x0100)), "alpha|(null)|(null)") << "the lowest index lies outside the page";
-  EXPECT_EQ(texts(page.replace(FIRST_PAGE_AT, PAGE_BYTES, PAGE_BYTES, '\0')), "||");
-  EXPECT_EQ(texts(page.replace(FIRST_PAGE_AT, PAGE_BYTES, PAGE_BYTES, 'x')), "(null)|(null)|(null)");
-}
-
 TEST_F(CStrFileTest, TriesAPageAgainThatCouldNotBeRead) {
   const std::string bytes = ofPages(300);
   write(NAME, bytes);
   CStrFile file(nullptr, named(NAME));
   const std::uint16_t* early = file.get(0x1000);
   std::filesystem::resize_file(pathOf(NAME), bytes.size() / 2);
-  EXPECT_EQ(file.get(0x1000 * 249), nullptr);
-  EXPECT_EQ(file.get(0x1000 * 249), nullptr);
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(file.get(0x1000 * 249), nullptr);
   EXPECT_EQ(file.get(0x1000), early) << "what was read stays good";
   std::filesystem::resize_file(pathOf(NAME), 0);
   write(NAME, bytes);
@@ -187,24 +162,18 @@ TEST_F(CStrFileTest, TriesAPageAgainThatCouldNotBeRead) {
 
 TEST_F(CStrFileTest, APageTellsWhatItHolds) {
   write(NAME, ofPages(2));
-  File file;
-  const String path(pathOf(NAME).c_str());
-  ASSERT_TRUE(file.open(FileLocator(path), File::MODE_READ | File::MODE_BINARY));
+  File file, closed;
+  ASSERT_TRUE(file.open(FileLocator(String(pathOf(NAME).c_str())), File::MODE_READ | File::MODE_BINARY));
   CStrFileCachePage page;
   EXPECT_EQ(page.page(), 0xFEFE);
   EXPECT_TRUE(page.load(file, 1));
-  EXPECT_EQ(page.page(), 1);
   for (const std::uint32_t none : {0xFEFEu, 0xFFFFu, 0x10000u, 0xFFFFFFFCu}) EXPECT_FALSE(page.load(file, none));
-  EXPECT_EQ(utf8(page.get(0)), "2") << "no file has those, and none is looked for";
-  EXPECT_EQ(page.page(), 1);
-  File closed;
   EXPECT_FALSE(page.load(closed, 0));
-  EXPECT_EQ(page.page(), 1) << "a failed seek leaves the page";
+  EXPECT_TRUE(page.page() == 1 && utf8(page.get(0)) == "2") << "no file has those, and a failed seek leaves the page";
   EXPECT_FALSE(page.load(file, 2));
   EXPECT_EQ(page.page(), 0xFEFE) << "a failed read doesn't";
   for (const std::uint32_t n : {0u, 1u, 255u}) EXPECT_EQ(page.get(n), nullptr) << n;
-  EXPECT_TRUE(page.load(file, 0));
-  EXPECT_EQ(utf8(page.get(0)), "1");
+  EXPECT_TRUE(page.load(file, 0) && utf8(page.get(0)) == "1");
 }
 
 TEST_F(CStrFileTest, SearchesItsDirectoriesInOrder) {

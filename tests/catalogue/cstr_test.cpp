@@ -5,6 +5,7 @@
 #include <map>
 
 #include "tests/catalogue/catalogue_fixture.h"
+#include "zqcore27/catalogue/checked_cstr.h"
 #include "zqcore27/errors/error_container.h"
 
 namespace {
@@ -20,37 +21,54 @@ class MapCStr : public CStr {
   int calls = 0;
 };
 
+const String ONE(u"one"), TWO(u"two"), FOUR(u"f\u00f6ur"), EIGHT(u"eight");
+const std::uint16_t* const VALUES[] = {ONE.begin(), TWO.begin(), nullptr,       FOUR.begin(), nullptr,
+                                       nullptr,     nullptr,     EIGHT.begin(), ONE.begin()};
+
+std::string builtOf(CStr& catalogue) {
+  String out("old text, longer than what comes");
+  const auto& v = VALUES;
+  const std::string failure =
+      failureOf([&] { catalogue.build(out, 7, v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], v[8]); });
+  return utf8(out) + failure;
+}
+
+std::string builtChecked(CStr& catalogue, std::size_t values) {
+  String out("old");
+  const std::string failure = failureOf([&] { buildChecked(catalogue, out, 7, std::span(VALUES, values)); });
+  return utf8(out) + failure;
+}
+
+const std::string BAD_PARAMETER = "6!: Invalid substitution parameter ID in CStr string";
+const std::string BAD_MARK = BAD_PARAMETER + "Bad call to String(hgCStr->..)";
+
 TEST(CStrTest, PutsValuesWhereTheMarksStand) {
   static constexpr struct {
     const char16_t* text;
     const char* built;
-  } ROWS[] = {{u"", ""},
-              {u"<\u00132>", "<two>"},  // the first value is passed over
-              {u"\u00131 and \u00131", "one and one"},
-              {u"\u00132\u00131 1", "twoone 1"},  // the digit belongs to the mark, the next doesn't
-              {u"[\u00133]", "[]"},               // null
-              {u"\u00134 \u001312", "f\u00f6ur one2"},
-              {u"a\u00135b\u00138c", "abc"},  // above the values passed
-              {u"\U0001F600\u00131", "\xED\xA0\xBD\xED\xB8\x80one"}};
+    std::size_t needs;  // values
+  } ROWS[] = {{u"", "", 0},
+              {u"no marks", "no marks", 0},
+              {u"<\u00132>", "<two>", 2},  // the first value is passed over
+              {u"<\u00132\u00131\u00132>", "<twoonetwo>", 2},
+              {u"\u00132\u00131 1", "twoone 1", 2},  // the digit belongs to the mark, the next doesn't
+              {u"[\u00133]", "[]", 3},               // null
+              {u"\u00134 \u001312", "f\u00f6ur one2", 4},
+              {u"\u00138", "eight", 8},
+              {u"\U0001F600\u00131", "\xED\xA0\xBD\xED\xB8\x80one", 1}};
   MapCStr catalogue;
-  const String one(u"one"), two(u"two"), four(u"f\u00f6ur");
-  const std::uint16_t* none = nullptr;
   for (const auto& row : ROWS) {
     catalogue.texts[7] = String(row.text);
-    String out("old text, longer than what comes");
-    catalogue.build(out, 7, one.begin(), two.begin(), none, four.begin());
-    EXPECT_EQ(utf8(out), row.built);
+    EXPECT_EQ(builtOf(catalogue), row.built);
+    for (const std::size_t n : {row.needs, std::size_t{9}}) EXPECT_EQ(builtChecked(catalogue, n), row.built);
+    if (row.needs == 0) continue;
+    EXPECT_EQ(builtChecked(catalogue, row.needs - 1), "old" + BAD_PARAMETER + ": it lies above the values passed");
   }
   String out("old");
   static_cast<CStr&>(catalogue).build(out, std::uint32_t{7});
   EXPECT_EQ(utf8(out), "\xED\xA0\xBD\xED\xB8\x80") << "no values at all";
-  catalogue.build(out, 8, one.begin());
+  catalogue.build(out, 8, ONE.begin());
   EXPECT_EQ(utf8(out), "") << "a handle without a text";
-  catalogue.texts[1] = u"\u00138\u00137\u00136\u00135\u00134\u00133\u00132\u00131";
-  const String v[] = {u"a", u"b", u"c", u"d", u"e", u"f", u"g", u"h"};
-  catalogue.build(out, 1, v[0].begin(), v[1].begin(), v[2].begin(), v[3].begin(), v[4].begin(), v[5].begin(),
-                  v[6].begin(), v[7].begin());
-  EXPECT_EQ(utf8(out), "hgfedcba");
 }
 
 TEST(CStrTest, RefusesAMarkWithoutItsDigit) {
@@ -63,14 +81,23 @@ TEST(CStrTest, RefusesAMarkWithoutItsDigit) {
               {u"x\u0013\u00131", "x"},
               {u"\u0013\u0131", ""}};  // the last: a letter whose low byte is a digit
   MapCStr catalogue;
-  const String one(u"one");
   for (const auto& row : ROWS) {
     catalogue.texts[7] = String(row.text);
-    String out("old");
-    EXPECT_EQ(failureOf([&] { catalogue.build(out, 7, one.begin()); }),
-              "6!: Invalid substitution parameter ID in CStr stringBad call to String(hgCStr->..)");
-    EXPECT_EQ(utf8(out), row.before);
+    EXPECT_EQ(builtOf(catalogue), row.before + BAD_MARK);
+    EXPECT_EQ(builtChecked(catalogue, 9), "old" + BAD_MARK);
   }
+}
+
+TEST(CStrTest, ChecksTextsOfEveryKind) {
+  MapCStr words;
+  words.texts[7] = u"\u00131 \u00132 \u00133 \u00134 \u00135";
+  String out(u"own");
+  buildChecked(words, out, 7, out, WideString(String(u"wide")), u"literal", nullptr, String(u"units").begin());
+  EXPECT_EQ(utf8(out), "own wide literal  units");
+  const char16_t endless[] = {'a', 'b'};
+  EXPECT_THROW(buildChecked(words, out, 7, u"", u"", u"", u"", endless), CStrError);
+  EXPECT_EQ(utf8(out), "own wide literal  units");
+  static_assert(!CatalogueText<const char*> && !CatalogueText<int> && !CatalogueText<NatString>);
 }
 
 TEST(CStrTest, ValuesAndTextMayLieInTheTarget) {
@@ -120,13 +147,13 @@ TEST(CStrErrorTest, WordsItselfWithoutACatalogue) {
               {16, "Unknown CStr error (code 0x10)"}};
   MapCStr catalogue;
   for (const auto& row : ROWS) {
-    const CStrError e(static_cast<CStrError::ErrorType>(row.number), "detail", false), copy(e);
+    const CStrError e(static_cast<CStrError::ErrorType>(row.number), "detail", false);
     CStrError assigned(CStrError::CSTR_ERR_NONE, static_cast<const char*>(nullptr), true);
     EXPECT_EQ(utf8(assigned.description(nullptr)), "CSTR_ERR_NONE");
     assigned = e;
-    for (const CStrError* each : std::initializer_list<const CStrError*>{&e, &copy, &assigned, &e}) {
-      EXPECT_EQ(failureOf([&] { throw CStrError(*each); }), std::to_string(row.number) + ": " + row.words + "detail");
-      EXPECT_EQ(utf8(each->description(&catalogue)), std::string(row.words) + "detail");
+    for (const CStrError& each : {e, assigned}) {
+      EXPECT_EQ(failureOf([&] { throw CStrError(each); }), std::to_string(row.number) + ": " + row.words + "detail");
+      EXPECT_EQ(utf8(each.description(&catalogue)), std::string(row.words) + "detail");
     }
     EXPECT_EQ(catalogue.calls, 0);
   }

@@ -136,19 +136,6 @@ TEST(ConfigTokenTest, LimitsOfLength) {
   }
 }
 
-TEST(ConfigTokenTest, EndlessLinesEnd) {
-  for (const char* unit : {"x", "\"", "'", "\"'", "!", "&", "|", "=", "\"\"\"x", "1e"}) {
-    for (const Kind kind : ALL_KINDS) {
-      SCOPED_TRACE(testing::Message() << "line of " << unit << ", source " << static_cast<int>(kind));
-      std::string text;
-      while (text.size() < 50000) text += unit;
-      Source source(kind, text);
-      const std::string tokens = allTokens(*source);
-      EXPECT_TRUE(tokens.ends_with("<EOF>")) << tokens.substr(tokens.size() - 40);
-    }
-  }
-}
-
 TEST(ConfigTokenTest, WholeUnitsAreCompared) {
   // Dotless i, fullwidth 1, C with dot above (low byte LF), A with a low byte of a blank, a full-width quote.
   const String text(u"\u0131 \uFF11 1\uFF11 a\u010Ab a\u0120b \u0122x\u0122\n");

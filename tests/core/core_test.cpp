@@ -8,10 +8,11 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <optional>
+#include <regex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "tests/support/catalogue_builder.h"
@@ -61,12 +62,9 @@ OrlanCore* const seenByStaticObject = gCore;
 
 TEST(OrlanCoreTest, IsReadyBeforeAnyCodeOfTheHost) {
   ASSERT_NE(seenByStaticObject, nullptr);
-  EXPECT_EQ(gCore, seenByStaticObject);
   const OrlanCore fresh;  // a core of its own: tests of this program may have used gCore's
-  EXPECT_EQ(fresh.fStringDirectory.size(), 0u);
-  EXPECT_TRUE(fresh.fCatalogues->empty());
-  EXPECT_FALSE(fresh.fCatalogueLock->hasWriteLock());
-  EXPECT_NE(fresh.fMemory, nullptr);
+  EXPECT_TRUE(fresh.fStringDirectory.size() == 0 && fresh.fCatalogues->empty());
+  EXPECT_TRUE(!fresh.fCatalogueLock->hasWriteLock() && fresh.fMemory != nullptr);
   EXPECT_NE(fresh.fThreads, gCore->fThreads);
   EXPECT_EQ(gCore, seenByStaticObject);  // made by the library alone
 }
@@ -82,8 +80,7 @@ TEST(OrlanCoreTest, ClearsGCoreWhenItGoes) {
   gCore->use();
   EXPECT_FALSE(gCore->unuse());
   EXPECT_TRUE(gCore->unuse());
-  EXPECT_EQ(gCore, nullptr);
-  gCore = first;
+  EXPECT_EQ(std::exchange(gCore, first), nullptr);
   EXPECT_EQ(gCExceptionFielder, nullptr);  // the host's
 }
 
@@ -190,28 +187,16 @@ TEST_F(OrlanCoreDeathTest, ForkedChildExitsWhateverIsLocked) {
 
 TEST(VersionTest, WordsItsFields) {
   String text;
-  const Version version("n", "1", "2", "B", "(note)", "Dec  7 2004", "23:46:10");
-  version.get(text);
+  Version("n", "1", "2", "B", "(note)", "Dec  7 2004", "23:46:10").get(text);
   EXPECT_EQ(utf8(text), "n 1.2B  (note) Dec  7 2004 23:46:10");
-  EXPECT_STREQ(version.fFull, "2.7.A");
   const Version& own = *gCore->fVersion;
+  EXPECT_STREQ(own.fFull, "2.7.A");
   own.get(text);
   EXPECT_EQ(utf8(text), std::string("zqcore 2.7A  ") + own.fBuild + " " + own.fDate + " " + own.fTime);
-  char month[4];
-  int day = 0, year = 0, hour = 0, minute = 0, second = 0;
-  EXPECT_EQ(std::strlen(own.fDate), 11u) << own.fDate;  // a day below 10 has two blanks before it
-  EXPECT_EQ(std::sscanf(own.fDate, "%3[A-Za-z] %2d %4d", month, &day, &year), 3) << own.fDate;
-  EXPECT_EQ(std::strlen(own.fTime), 8u) << own.fTime;
-  EXPECT_EQ(std::sscanf(own.fTime, "%2d:%2d:%2d", &hour, &minute, &second), 3) << own.fTime;
-}
-
-TEST(PlatformTest, DescribesThePlatformOfTheBuild) {
-  const Platform& platform = *gCore->fPlatform;
-  EXPECT_STREQ(platform.fSystem, "Linux");
-  EXPECT_STRNE(platform.fProcessor, "");
-  EXPECT_STREQ(platform.fVariant, "");
-  EXPECT_EQ(platform.fDirSep, u'/');
-  EXPECT_EQ(platform.fExtSep, u'.');
+  EXPECT_TRUE(std::regex_match(own.fDate, std::regex("[A-Z][a-z]{2} [ 1-3]\\d \\d{4}"))) << own.fDate;
+  EXPECT_TRUE(std::regex_match(own.fTime, std::regex("\\d\\d:\\d\\d:\\d\\d"))) << own.fTime;
+  EXPECT_STREQ(gCore->fPlatform->fSystem, "Linux");
+  EXPECT_TRUE(gCore->fPlatform->fDirSep == u'/' && gCore->fPlatform->fExtSep == u'.');
 }
 
 }  // namespace

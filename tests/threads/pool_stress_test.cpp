@@ -41,12 +41,20 @@ struct Entry : Story {
   std::atomic<bool> sawFlag{false};
   std::atomic<bool> cancelTriedById{false}, cancelTriedByClient{false};
   bool throws = false;
-  bool isCallable = false;
   bool hasCleanup = true;
   std::future<void> future;
 
   void check() {
-    if (future.valid()) settle();
+    if (future.valid()) {
+      try {
+        future.get();
+        EXPECT_TRUE(begun == 1 && !throws);
+      } catch (const RequestCancelled&) {
+        EXPECT_EQ(begun, 0);
+      } catch (int) {
+        EXPECT_TRUE(begun == 1 && throws);
+      }
+    }
     EXPECT_LE(begun, 1);
     EXPECT_LE(cleaned, 1);
     EXPECT_EQ(freed, made);
@@ -61,18 +69,6 @@ struct Entry : Story {
     }
     EXPECT_TRUE(!sawFlag || cancelTriedById || cancelTriedByClient) << "stopped by nobody";
   }
-
- private:
-  void settle() {
-    try {
-      future.get();
-      EXPECT_TRUE(begun == 1 && !throws);
-    } catch (const RequestCancelled&) {
-      EXPECT_EQ(begun, 0);
-    } catch (int) {
-      EXPECT_TRUE(begun == 1 && throws);
-    }
-  }
 };
 
 /// One pool from start to end.
@@ -86,7 +82,7 @@ class Round {
   void play(std::uint32_t steps) {
     std::vector<std::thread> clients;
     for (auto& books : fBooks) {
-      clients.emplace_back([&, seed = fRandom()] { Client(*this, books, seed).play(steps / CLIENTS); });
+      clients.emplace_back([&, seed = fRandom()] { playClient(books, std::mt19937(seed), steps / CLIENTS); });
     }
     for (std::thread& client : clients) client.join();
     endWhileJobsUseThePool();
@@ -98,73 +94,57 @@ class Round {
  private:
   static constexpr std::uint32_t CLIENTS = 3, MAX_QUEUE = 6, MAX_CEILING = 8;
 
-  /// Does one thing after the other; the requester is replaced now and then.
-  class Client {
-   public:
-    Client(Round& round, std::deque<Entry>& books, std::uint32_t seed)
-        : fRound(round), fBooks(books), fRandom(seed), fSelf(new ThreadRequester(round.fPool)) {}
-    ~Client() { noteCancel(); }
-
-    void play(std::uint32_t steps) {
-      for (; steps != 0; --steps) {
-        const std::uint32_t dice = fRandom() % 100;
-        if (dice < 60) {
-          submit(fBooks.emplace_back());
-        } else if (dice < 88) {
-          fRound.cancelOne(fRandom());
-        } else if (dice < 94) {
-          fRound.fPool->setMaxNumThreads(static_cast<std::uint16_t>(1 + fRandom() % MAX_CEILING));
-        } else {
-          noteCancel();
-          if (dice < 97) {
-            fSelf->clearRequests();
-          } else {
-            fSelf = std::make_unique<ThreadRequester>(fRound.fPool);
-          }
-        }
-      }
-    }
-
-   private:
-    void submit(Entry& entry) {
-      entry.throws = fRandom() % 4 == 0;
-      entry.isCallable = fRandom() % 4 == 0;
-      entry.hasCleanup = !entry.isCallable && fRandom() % 4 != 0;
-      fOpen.push_back(&entry);
-      const std::uint32_t patience = fRandom() % 20, target = fRandom();
-      const auto work = [&round = fRound, &entry, patience, target](auto stopped) {
-        ++entry.begun;
-        for (std::uint32_t i = 0; i < patience && !entry.sawFlag; ++i) {
-          entry.sawFlag = stopped();
-          std::this_thread::yield();
-        }
-        if (patience == 0) round.cancelOne(target);
-        if (entry.throws) throw 42;
-      };
-      fRound.fRecent[target % fRound.fRecent.size()] = &entry;
-      if (entry.isCallable) {
-        std::uint32_t id = 0;
-        const auto callable = [work](std::stop_token stop) { work([&] { return stop.stop_requested(); }); };
-        entry.future = fSelf->submit(callable, &id);
-        entry.id = id;
+  /// One thing after the other; the requester is replaced now and then.
+  void playClient(std::deque<Entry>& books, std::mt19937 random, std::uint32_t steps) {
+    auto self = std::make_unique<ThreadRequester>(fPool);
+    std::vector<Entry*> open;  // those that no cancel by client has been tried on
+    const auto noteCancel = [&open] {
+      for (Entry* entry : open) entry->cancelTriedByClient = true;
+      open.clear();
+    };
+    for (; steps != 0; --steps) {
+      const std::uint32_t dice = random() % 100;
+      if (dice < 60) {
+        open.push_back(&books.emplace_back());
+        submit(books.back(), *self, random);
+      } else if (dice < 88) {
+        cancelOne(random());
+      } else if (dice < 94) {
+        fPool->setMaxNumThreads(static_cast<std::uint16_t>(1 + random() % MAX_CEILING));
       } else {
-        entry.body = [work](Flag& flag) { work([&] { return flag.value(); }); };
-        if (target % 8 == 0) entry.cleanup = [&round = fRound, target] { round.cancelOne(target / 8); };
-        entry.submitTo(*fRound.fPool, fSelf.get(), entry.hasCleanup ? Story::clean : nullptr);
+        noteCancel();
+        dice < 97 ? self->clearRequests() : static_cast<void>(self = std::make_unique<ThreadRequester>(fPool));
       }
-      EXPECT_NE(entry.id, 0u);
     }
-    void noteCancel() {
-      for (Entry* entry : fOpen) entry->cancelTriedByClient = true;
-      fOpen.clear();
-    }
+    noteCancel();
+  }
 
-    Round& fRound;
-    std::deque<Entry>& fBooks;
-    std::mt19937 fRandom;
-    std::vector<Entry*> fOpen;  // those that no cancel by client has been tried on
-    std::unique_ptr<ThreadRequester> fSelf;
-  };
+  void submit(Entry& entry, ThreadRequester& client, std::mt19937& random) {
+    entry.throws = random() % 4 == 0;
+    const bool isCallable = random() % 4 == 0;
+    entry.hasCleanup = !isCallable && random() % 4 != 0;
+    const std::uint32_t patience = random() % 20, target = random();
+    const auto work = [this, &entry, patience, target](auto stopped) {
+      ++entry.begun;
+      for (std::uint32_t i = 0; i < patience && !entry.sawFlag; ++i) {
+        entry.sawFlag = stopped();
+        std::this_thread::yield();
+      }
+      if (patience == 0) cancelOne(target);
+      if (entry.throws) throw 42;
+    };
+    fRecent[target % fRecent.size()] = &entry;
+    if (isCallable) {
+      std::uint32_t id = 0;
+      entry.future = client.submit([work](std::stop_token stop) { work([&] { return stop.stop_requested(); }); }, &id);
+      entry.id = id;
+    } else {
+      entry.body = [work](Flag& flag) { work([&] { return flag.value(); }); };
+      if (target % 8 == 0) entry.cleanup = [this, target] { cancelOne(target / 8); };
+      entry.submitTo(*fPool, &client, entry.hasCleanup ? Story::clean : nullptr);
+    }
+    EXPECT_NE(entry.id, 0u);
+  }
 
   void cancelOne(std::uint32_t which) {
     Entry* const entry = fRecent[which % fRecent.size()];

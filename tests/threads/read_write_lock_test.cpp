@@ -12,29 +12,19 @@ namespace {
 class Asking {
  public:
   Asking(ReadWriteLock& lock, bool write)
-      : fThread([this, &lock, write] {
-          if (write) {
-            const OrlanSynchronizedWrite hold(lock);
-            stay();
-          } else {
-            const OrlanSynchronizedRead hold(lock);
-            stay();
-          }
+      : fThread([this, &lock, write]() ZQCORE27_NO_THREAD_SAFETY_ANALYSIS {
+          write ? lock.write_lock() : lock.read_lock();
+          entered.open();
+          leave.pass();
+          write ? lock.write_unlock() : lock.read_unlock();
         }) {}
-  ~Asking() { leave(); }
-  bool entered() const { return fEntered.isOpen(); }
-  void waitUntilEntered() { fEntered.pass(); }
+  ~Asking() { leave.open(); }
   std::uint64_t waitUntilBlocked() { return fThread.waitUntilAsleep(); }
   std::uint64_t sleeps() const { return ThreadProbe::of(fThread.id()).sleeps; }
-  void leave() { fLeave.open(); }
+
+  Gate entered, leave;
 
  private:
-  void stay() {
-    fEntered.open();
-    fLeave.pass();
-  }
-
-  Gate fEntered, fLeave;
   HostThread fThread;
 };
 
@@ -44,13 +34,13 @@ TEST(ReadWriteLockTest, WaitingWriterSleepsUntilTheLastReaderHasGoneAndHoldsNoRe
   Asking writer(lock, true);
   const std::uint64_t sleeps = writer.waitUntilBlocked();
   for (int i = 0; i < 3; ++i) lock.read_lock();  // hangs where the writer is favoured
-  Asking(lock, false).waitUntilEntered();
+  Asking(lock, false).entered.pass();
   for (int i = 0; i < 4; ++i) {
     EXPECT_EQ(writer.sleeps(), sleeps);
-    EXPECT_FALSE(writer.entered());
+    EXPECT_FALSE(writer.entered.isOpen());
     HostThread([&] { lock.read_unlock(); }).join();  // no owner: any thread may
   }
-  writer.waitUntilEntered();
+  writer.entered.pass();
 }
 
 TEST(ReadWriteLockTest, LastReaderWakesOneWriterAlone) {
@@ -60,14 +50,14 @@ TEST(ReadWriteLockTest, LastReaderWakesOneWriterAlone) {
     Asking a(lock, true), b(lock, true);
     const std::uint64_t sleeps[] = {a.waitUntilBlocked(), b.waitUntilBlocked()};
     lock.read_unlock();
-    while (!a.entered() && !b.entered()) std::this_thread::yield();
+    while (!a.entered.isOpen() && !b.entered.isOpen()) std::this_thread::yield();
     std::this_thread::yield();
-    Asking& first = a.entered() ? a : b;
-    Asking& other = a.entered() ? b : a;
+    Asking& first = a.entered.isOpen() ? a : b;
+    Asking& other = a.entered.isOpen() ? b : a;
     EXPECT_EQ(other.sleeps(), sleeps[&other == &b]);  // not woken since
-    EXPECT_FALSE(other.entered());
-    first.leave();
-    other.waitUntilEntered();
+    EXPECT_FALSE(other.entered.isOpen());
+    first.leave.open();
+    other.entered.pass();
   }
 }
 
@@ -79,7 +69,7 @@ TEST(ReadWriteLockTest, AllWaitingReadersEnterWhenTheWriterLeaves) {
   Asking a(lock, false), b(lock, false), c(lock, false);
   for (Asking* reader : {&a, &b, &c}) reader->waitUntilBlocked();
   HostThread([&] { lock.write_unlock(); }).join();
-  for (Asking* reader : {&a, &b, &c}) reader->waitUntilEntered();  // all at once: none has left
+  for (Asking* reader : {&a, &b, &c}) reader->entered.pass();  // all at once: none has left
   EXPECT_FALSE(lock.hasWriteLock());
 }
 
@@ -89,17 +79,13 @@ TEST(ReadWriteLockTest, SpareUnlocksChangeNothing) {
   lock.write_unlock();
   lock.read_lock();
   lock.write_unlock();  // nobody writes
-  {
-    Asking writer(lock, true);
-    writer.waitUntilBlocked();
-    EXPECT_FALSE(writer.entered());
-    lock.read_unlock();
-    writer.waitUntilEntered();
-  }
-  lock.write_lock();
+  Asking writer(lock, true);
+  writer.waitUntilBlocked();
+  EXPECT_FALSE(writer.entered.isOpen());
+  lock.read_unlock();
+  writer.entered.pass();
   lock.read_unlock();  // nobody reads
   EXPECT_TRUE(lock.hasWriteLock());
-  lock.write_unlock();
 }
 
 TEST(ReadWriteLockTest, AssignmentOfAGuardCopiesThePointerAlone) {
@@ -111,11 +97,11 @@ TEST(ReadWriteLockTest, AssignmentOfAGuardCopiesThePointerAlone) {
     const OrlanSynchronizedRead b(other);
     a = b;  // both give up `other`
   }
-  Asking(other, true).waitUntilEntered();
+  Asking(other, true).entered.pass();
   kept.read_unlock();
   Asking atKept(kept, true);
   atKept.waitUntilBlocked();
-  EXPECT_FALSE(atKept.entered());
+  EXPECT_FALSE(atKept.entered.isOpen());
   kept.read_unlock();
 }
 
@@ -129,15 +115,15 @@ TEST(ReadWriteLockTest, KeepsWritersFromEverybody) {
     for (int t = 0; t < 6; ++t) {
       threads.emplace_back([&, t] {
         for (int i = 0; i < ROUNDS; ++i) {
-          if ((i + t) % 3 == 0) {
-            const OrlanSynchronizedWrite hold(lock);
-            ++a;
-            if (i % 64 == 0) std::this_thread::yield();
-            ++b;
-          } else {
+          if ((i + t) % 3 != 0) {
             const OrlanSynchronizedRead hold(lock);
             torn += a != b;
+            continue;
           }
+          const OrlanSynchronizedWrite hold(lock);
+          ++a;
+          if (i % 64 == 0) std::this_thread::yield();
+          ++b;
         }
       });
     }

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <deque>
 #include <functional>
+#include <latch>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -56,59 +57,35 @@ TEST(JTCHandleTest, DestroysTheObjectWithTheLastHandle) {
   EXPECT_TRUE(destroyed.isOpen());
 }
 
-TEST(OrlanThreadTest, RunningThreadOutlivesItsLastHandle) {
-  Gate go, destroyed;
-  std::uint32_t before = 0;  // extra workers of a pool's test may be about to end
-  while (JTCInitialize::getTermGroup()->activeCount() != before) std::this_thread::yield();
-  {
-    JTCHandleT<TestThread> handle(new TestThread(
-        [&] {
-          go.pass();
-          EXPECT_FALSE(destroyed.isOpen());
-        },
-        &destroyed));
-    handle->start_undetached();
-    EXPECT_EQ(JTCInitialize::getTermGroup()->activeCount(), before + 1);
-  }
-  go.open();
-  destroyed.pass();
-  while (JTCInitialize::getTermGroup()->activeCount() != before) std::this_thread::yield();
-}
-
 /// Starts in its own constructor, and takes its own handle out of the list while it runs.
-class SelfStarting : public OrlanThread {
- public:
-  SelfStarting(OrlanMutex& mutex, std::vector<JTCHandleT<SelfStarting>>& list, std::atomic<int>& destroyed)
-      : fMutex(mutex), fList(list), fDestroyed(destroyed) {
+struct SelfStarting : OrlanThread {
+  SelfStarting(OrlanMutex& aMutex, std::vector<JTCHandleT<SelfStarting>>& aList, std::latch& aLatch)
+      : mutex(aMutex), list(aList), destroyed(aLatch) {
     start_undetached();
   }
-  ~SelfStarting() override {
-    ++fDestroyed;
-    fDestroyed.notify_all();
-  }
+  ~SelfStarting() override { destroyed.count_down(); }
   void* work(void*) override {
-    const OrlanSynchronized hold(fMutex);
-    std::erase_if(fList, [this](const auto& handle) { return handle.get() == this; });
+    const OrlanSynchronized hold(mutex);
+    std::erase_if(list, [this](const auto& handle) { return handle.get() == this; });
     EXPECT_EQ(self(), this);  // still there
     return nullptr;
   }
 
- private:
-  OrlanMutex& fMutex;
-  std::vector<JTCHandleT<SelfStarting>>& fList;
-  std::atomic<int>& fDestroyed;
+  OrlanMutex& mutex;
+  std::vector<JTCHandleT<SelfStarting>>& list;
+  std::latch& destroyed;
 };
 
 TEST(OrlanThreadTest, MayStartInItsConstructorAndDropItsOwnHandle) {
   static constexpr int THREADS = 50;
   OrlanMutex mutex;
   std::vector<JTCHandleT<SelfStarting>> list;
-  std::atomic<int> destroyed{0};
+  std::latch destroyed(THREADS);
   for (int i = 0; i < THREADS; ++i) {
     const OrlanSynchronized hold(mutex);
     list.push_back(JTCHandleT<SelfStarting>(new SelfStarting(mutex, list, destroyed)));
   }
-  for (int seen = destroyed; seen < THREADS; seen = destroyed) destroyed.wait(seen);
+  destroyed.wait();
   EXPECT_TRUE(list.empty());
 }
 

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "tests/support/catalogue_builder.h"
 #include "tools/catalogue_reader.h"
 #include "tools/catalogue_writer.h"
 
@@ -20,16 +19,6 @@ std::vector<CatalogueText> manyTexts(std::size_t count, std::size_t step, std::s
         {H + static_cast<std::uint32_t>(i * step), std::u16string(length, static_cast<char16_t>('a' + i % 26))});
   }
   return texts;
-}
-
-TEST(CatalogueFileTest, WritesTheBytesThatTheLibraryReads) {
-  std::vector<CatalogueText> texts = manyTexts(300, 1, 20);
-  texts.push_back({0x7FFFFFFF, u"\u8A9E \u00131"});
-  CatalogueBuilder builder;
-  for (const CatalogueText& text : texts) builder.texts[text.handle] = text.text;
-  std::reverse(texts.begin(), texts.end());
-  const auto bytes = writeCatalogue(texts, "2.7.A");
-  EXPECT_TRUE(std::string(bytes.begin(), bytes.end()) == builder.bytes());
 }
 
 TEST(CatalogueFileTest, ReadsBackWhatItWrote) {
