@@ -41,7 +41,7 @@ struct Entry : Story {
   std::atomic<bool> sawFlag{false};
   std::atomic<bool> cancelTriedById{false}, cancelTriedByClient{false};
   bool throws = false;
-  bool hasCleanup = true;
+  bool hasCleanup = true, isCallable = false;
   std::future<void> future;
 
   void check() {
@@ -121,8 +121,8 @@ class Round {
 
   void submit(Entry& entry, ThreadRequester& client, std::mt19937& random) {
     entry.throws = random() % 4 == 0;
-    const bool isCallable = random() % 4 == 0;
-    entry.hasCleanup = !isCallable && random() % 4 != 0;
+    entry.isCallable = random() % 4 == 0;
+    entry.hasCleanup = !entry.isCallable && random() % 4 != 0;
     const std::uint32_t patience = random() % 20, target = random();
     const auto work = [this, &entry, patience, target](auto stopped) {
       ++entry.begun;
@@ -134,7 +134,7 @@ class Round {
       if (entry.throws) throw 42;
     };
     fRecent[target % fRecent.size()] = &entry;
-    if (isCallable) {
+    if (entry.isCallable) {
       std::uint32_t id = 0;
       entry.future = client.submit([work](std::stop_token stop) { work([&] { return stop.stop_requested(); }); }, &id);
       entry.id = id;
@@ -159,13 +159,25 @@ class Round {
     for (std::uint32_t i = 0; i < std::max(fQueueSize, 1u); ++i) {
       Entry& outer = late.emplace_back();
       std::array<Entry*, 4> inner;
-      for (Entry*& entry : inner) entry = &late.emplace_back();
+      for (Entry*& entry : inner) {
+        entry = &late.emplace_back();
+        entry->isCallable = &entry - inner.data() >= 2;
+        entry->hasCleanup = !entry->isCallable;
+      }
       outer.body = [this, &outer, inner](Flag&) {
         ++outer.begun;
+        ThreadRequester client(fPool);
         for (Entry* entry : inner) {
-          entry->body = [entry](Flag&) { ++entry->begun; };
           fRecent[0] = entry;
-          entry->submitTo(*fPool, nullptr);
+          if (entry->isCallable) {
+            std::uint32_t id = 0;
+            entry->future = client.submit([entry] { ++entry->begun; }, &id);
+            entry->id = id;
+            entry->cancelTriedByClient = true;  // by its end
+          } else {
+            entry->body = [entry](Flag&) { ++entry->begun; };
+            entry->submitTo(*fPool, nullptr);
+          }
           cancelOne(0);
         }
       };
