@@ -66,31 +66,6 @@ TEST(ConfigFileTest, ARefusedByteLosesNothingButItself) {
   EXPECT_EQ(allTokens(*source), "K(e) <EOS> <EOF>");
 }
 
-// The reader may be anywhere in the first five blocks when the file is cut: the cut lies behind them.
-TEST(ConfigFileTest, AFailedReadShowsBehindTheLastTextThatWasRead) {
-  std::string text;
-  for (int i = 0; i != 3000; ++i) text += std::string(99, 'w') + "\n";
-  const BytesFile file(text);
-  Config config(file.locator());
-  std::filesystem::resize_file(file.path(), 100000);
-  for (int i = 0; i != 960; ++i) {  // six whole blocks
-    ASSERT_EQ(config.getKeyword().size(), 99u) << i;
-    config.checkEOS();
-  }
-  try {
-    config.nextToken();
-    ADD_FAILURE() << "no error";
-  } catch (const ConfigError& e) {
-    EXPECT_EQ(e.code(), ConfigError::READ_FAILED);
-  }
-  EXPECT_EQ(config.line(), 961u);
-  EXPECT_EQ(config.column(), 1u);
-  config.releaseToken();
-  EXPECT_THROW(config.nextToken(), ConfigError);
-  config.releaseToken();
-  EXPECT_THROW(config.releaseLine(), ConfigError);
-}
-
 TEST(ConfigFileTest, AByteOfOneEndsTheText) {
   static const std::string ROWS[][2] = {{"a !comment \x01\nb\n", "K(a) <EOF>"},
                                         {"a & dropped \x01\nb\n", "K(a) <EOF>"},

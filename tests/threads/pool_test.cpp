@@ -1,9 +1,7 @@
 #include "zqcore27/threads/pool.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
-#include <deque>
 #include <memory>
 #include <optional>
 #include <set>
@@ -13,19 +11,7 @@
 
 #include "tests/threads/host_thread.h"
 #include "tests/threads/pool_job.h"
-#include "zqcore27/threads/thread_error.h"
 #include "zqcore27/threads/worker_thread.h"
-
-inline namespace zqcore27 {
-
-struct ThreadPoolTestAccess {
-  static void addToThreads(ThreadPool& pool, int count) {
-    const OrlanSynchronized hold(pool.fThreadMutex);
-    pool.fNumThreads = static_cast<std::uint16_t>(pool.fNumThreads + count);
-  }
-};
-
-}  // namespace zqcore27
 
 namespace {
 
@@ -243,105 +229,6 @@ TEST(ThreadPoolTest, EndsWithEverythingRunAndWaitingClientsRefused) {
   destructor.join();
   EXPECT_EQ(order, (std::vector<int>{0, 1, 2}));
   EXPECT_EQ(refused.ran + refused.cleaned + refusedInJob.ran, 0);
-}
-
-TEST(ThreadPoolTest, WakesWhomARemovalServes) {
-  BusyStory busy;
-  Story old[2], fresh[3];
-  auto owner = std::make_unique<ThreadPool>(1, 2);
-  ThreadPool& pool = *owner;
-  pool.setMaxNumThreads(1);
-  auto a = std::make_unique<ThreadRequester>(&pool), b = std::make_unique<ThreadRequester>(&pool);
-  busy.begin(pool, nullptr);
-  for (Story& story : old) story.submitTo(pool, a.get());
-  {
-    std::deque<HostThread> clients;
-    for (int i = 0; i < 2; ++i) {
-      clients.emplace_back([&, i] { EXPECT_NE(fresh[i].submitTo(pool, b.get()), 0u); }).waitUntilAsleep();
-    }
-    a->clearRequests();
-  }
-  {
-    HostThread third([&] { EXPECT_NE(fresh[2].submitTo(pool, nullptr), 0u); });
-    third.waitUntilAsleep();
-    pool.ClearThisRequest(fresh[0].id);
-  }
-  a.reset();
-  HostThread destructor([&] { owner.reset(); });
-  destructor.waitUntilAsleep();
-  b.reset();
-  pool.ClearThisRequest(fresh[2].id);  // the queue is empty: the destructor waits for the job alone
-  busy.go.open();
-  destructor.join();
-  EXPECT_EQ(fresh[0].ran + fresh[1].ran + fresh[2].ran + old[0].ran + old[1].ran, 0);
-}
-
-/// While it lives, the system has no thread to give: nobody has room for such a stack.
-class NoThreads {
- public:
-  NoThreads() {
-    pthread_getattr_default_np(&fBefore);
-    pthread_attr_t huge = fBefore;
-    pthread_attr_setstacksize(&huge, ~std::size_t{0} / 4 * 3);
-    pthread_setattr_default_np(&huge);
-  }
-  ~NoThreads() { pthread_setattr_default_np(&fBefore); }
-
- private:
-  pthread_attr_t fBefore;
-};
-
-TEST(ThreadPoolTest, CopesWithASystemThatRefusesThreads) {
-  waitForThreads(0);
-  const auto expectRefusal = [](auto what) {
-    try {
-      what();
-      ADD_FAILURE() << "no error";
-    } catch (ThreadError& e) {
-      EXPECT_EQ(e.code(), ThreadError::SYSTEM_CALL_FAILED);
-      EXPECT_EQ(e.numInserts(), 2);
-    }
-  };
-  BusyStory busy;
-  Story waiting[3], refused;
-  ThreadPool pool(1, 1);
-  busy.begin(pool, nullptr);
-  waiting[0].submitTo(pool, nullptr);
-  auto without = std::make_unique<ThreadPool>(0, 1);
-  auto owner = std::make_unique<ThreadRequester>(without.get());
-  std::future<void> queued = owner->submit([&, &pool = *without](std::stop_token stop) {
-    EXPECT_TRUE(pool.getNumActThreads() == 1 && owner->numRunningRequests() == 1);
-    owner.reset();
-    EXPECT_TRUE(stop.stop_requested());
-  });
-  Gate refusing;
-  HostThread client([&] {
-    refusing.pass();
-    EXPECT_NE(waiting[1].submitTo(pool, nullptr), 0u);  // no extra worker, but the standing one will come
-  });
-  const std::uint64_t sleeps = client.waitUntilAsleep();
-  {
-    const NoThreads none;
-    expectRefusal([] { const ThreadPool never(2, 2); });
-    expectRefusal([&] { refused.submitTo(*without, nullptr); });
-    without.reset();
-    queued.get();  // ran on the destructor's own thread
-    refusing.open();
-    client.waitUntilAsleep(sleeps);
-    EXPECT_EQ(threads(), 1u);
-  }
-  {
-    ThreadPoolTestAccess::addToThreads(pool, 0xFFFE);  // as though so many were on their way out
-    HostThread another([&] { EXPECT_NE(waiting[2].submitTo(pool, nullptr), 0u); });
-    another.waitUntilAsleep();
-    EXPECT_EQ(threads(), 1u);
-    EXPECT_EQ(waiting[0].ran, 0);
-    ThreadPoolTestAccess::addToThreads(pool, -0xFFFE);
-    busy.go.open();
-  }
-  client.join();
-  waiting[1].waitUntilRun();
-  EXPECT_EQ(refused.ran + refused.cleaned, 0);
 }
 
 TEST(ThreadPoolTest, DeliversResultsOfCallables) {
