@@ -238,9 +238,8 @@ TEST(SBTreeTest, StandsAloneWithoutNodesAndWithoutAStore) {
   SBTree tree{SupaBlockHints()};
   EXPECT_EQ(tree.getSBHints()->fAvgRuns, 2u);
   SupaBlock& store = *Inspector::store(tree);
-  EXPECT_EQ(SupaBlockInspector::targetBody(store), 32064u);
+  EXPECT_TRUE(SupaBlockInspector::targetBody(store) == 32064 && SupaBlockInspector::directoryMask(store) == 3);
   EXPECT_EQ(SupaBlockInspector::hints(store).fMaxBodySize, 0x40000000u);
-  EXPECT_EQ(SupaBlockInspector::directoryMask(store), 3u);
   Script script(tree);
   EXPECT_EQ(script.run("idn"), ". . .");
   buildTree(tree, SPEC);

@@ -6,7 +6,6 @@
 
 #include "tests/catalogue/catalogue_fixture.h"
 #include "zqcore27/catalogue/checked_cstr.h"
-#include "zqcore27/errors/error_container.h"
 
 namespace {
 
@@ -157,15 +156,6 @@ TEST(CStrErrorTest, WordsItselfWithoutACatalogue) {
     }
     EXPECT_EQ(catalogue.calls, 0);
   }
-}
-
-TEST(CStrErrorTest, KeepsItsNumberButNotItsWordsInAContainer) {
-  MapCStr catalogue;
-  catalogue.texts[7] = u"seven";
-  const ErrorContainer held(CStrError(CStrError::CSTR_ERR_NO_FILE, String("x"), false));
-  EXPECT_EQ(held.code(), 7u);
-  EXPECT_STREQ(held.module(), "Constant Strings");
-  EXPECT_EQ(utf8(held.description(&catalogue)), "seven");
 }
 
 }  // namespace

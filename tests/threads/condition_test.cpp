@@ -162,36 +162,31 @@ TEST(OrlanConditionTest, LosesNoWakeUpAndNeverDeadlocks) {
   std::deque<int> queue;
   std::int64_t sum = 0;
   int taken = 0;
-  {
-    std::deque<HostThread> threads;
-    for (int p = 0; p < PRODUCERS; ++p) {
-      threads.emplace_back([&] {
-        for (int i = 0; i < ITEMS; ++i) {
-          const OrlanSynchronized hold(mutex);
-          while (queue.size() >= 2) emptied.wait();
-          queue.push_back(i);
-          filled.signal();  // with the mutex held, while a waiter may be on its way back to it
-        }
-      });
-    }
-    for (int c = 0; c < CONSUMERS; ++c) {
-      threads.emplace_back([&, c] {
-        for (bool last = false; !last;) {
-          mutex.lock();
-          while (queue.empty() && taken < PRODUCERS * ITEMS) c == 0 ? filled.wait(INT32_MAX) : filled.wait();
-          last = taken == PRODUCERS * ITEMS;
-          if (!last) {
-            sum += queue.front();
-            queue.pop_front();
-            ++taken;
-          }
-          mutex.unlock();
-          emptied.signal();
-          if (last) filled.broadcast();
-        }
-      });
-    }
+  std::deque<HostThread> threads;
+  for (int p = 0; p < PRODUCERS; ++p) {
+    threads.emplace_back([&] {
+      for (int i = 0; i < ITEMS; ++i) {
+        const OrlanSynchronized hold(mutex);
+        while (queue.size() >= 2) emptied.wait();
+        queue.push_back(i);
+        filled.signal();  // with the mutex held, while a waiter may be on its way back to it
+      }
+    });
   }
+  for (int c = 0; c < CONSUMERS; ++c) {
+    threads.emplace_back([&, c] {
+      for (bool last = false; !last; emptied.signal()) {
+        const OrlanSynchronized hold(mutex);
+        while (queue.empty() && taken < PRODUCERS * ITEMS) c == 0 ? filled.wait(INT32_MAX) : filled.wait();
+        last = taken == PRODUCERS * ITEMS;
+        if (last) continue;
+        sum += queue.front();
+        queue.pop_front();
+        if (++taken == PRODUCERS * ITEMS) filled.broadcast();
+      }
+    });
+  }
+  threads.clear();
   EXPECT_EQ(sum, std::int64_t{PRODUCERS} * ITEMS * (ITEMS - 1) / 2);
 }
 

@@ -81,16 +81,15 @@ TEST(CatalogueFileTest, TellsDamage) {
               {2558, 200, "texts that belong to the next page"},
               {2048, 0x13, "of 0xC2000100 has a bad mark"}};
   const auto sound = writeCatalogue(manyTexts(3, 1, 200), "2.7.A");
-  auto bytes = sound;
   for (const auto& row : ROWS) {
     SCOPED_TRACE(row.words);
-    bytes = sound;
+    auto bytes = sound;
     bytes[row.at] = row.value;
     const auto faults = readCatalogue(bytes).faults;
     ASSERT_FALSE(faults.empty());
     EXPECT_NE(faults[0].find(row.words), std::string::npos) << faults[0];
   }
-  bytes = sound;
+  auto bytes = sound;
   std::fill(bytes.begin() + 2560, bytes.begin() + 3070, std::uint8_t{1});
   EXPECT_NE(readCatalogue(bytes).faults.at(0).find("of 0xC2000101 doesn't end"), std::string::npos);
 }
