@@ -11,7 +11,6 @@
 #include "tests/support/text.h"
 #include "zqcore27/catalogue/cstr_error.h"
 #include "zqcore27/catalogue/cstr_file.h"
-#include "zqcore27/catalogue/ent_cstr_file.h"
 #include "zqcore27/core/core.h"
 
 inline std::string utf8(const std::uint16_t* s) { return s == nullptr ? "(null)" : utf8(String(s)); }
@@ -40,18 +39,19 @@ inline std::string textOf(CStr& catalogue, std::uint32_t handle) {
   return failure + text;
 }
 
-/// A directory of catalogues that the core looks into first. Afterwards it knows none, and searches as before.
+/// A directory of catalogues that the core, one of the test's own, looks into first.
 class CatalogueTest : public testing::Test {
  protected:
   CatalogueTest() {
     unsetenv("tavio_language");
+    gCore = new OrlanCore;
+    gCore->use();
     gCore->fStringDirectory = String(fDirectory.path().c_str());
   }
   ~CatalogueTest() override {
     unsetenv("tavio_language");
-    gCore->fStringDirectory = nullptr;
-    for (EntCStrFile* known : *gCore->fCatalogues) delete known;
-    gCore->fCatalogues->clear();
+    gCore->unuse();
+    gCore = fBefore;
   }
 
   std::string pathOf(const std::string& name) const { return fDirectory / name; }
@@ -63,4 +63,5 @@ class CatalogueTest : public testing::Test {
   }
 
   TempDir fDirectory;
+  OrlanCore* const fBefore = gCore;
 };
