@@ -53,12 +53,24 @@ void check(const Decoded& expected, Build build) {
   require(s.begin()[s.size()] == 0, "the text is terminated");
 }
 
-}  // namespace
+/// Of blocks: mostly of one kind, ASCII, two bytes or three, with others and zeros between.
+std::u16string textOf(fuzz::Input in) {
+  constexpr unsigned FIRST[] = {0x01, 0x80, 0x800, 0x00}, COUNT[] = {0x7F, 0x780, 0xF800, 0x01};
+  const unsigned usual = in.below(3), strange = 1 + in.below(20);
+  std::u16string text;
+  while (!in.empty()) {
+    const unsigned kind = in.below(strange) != 0 ? usual : in.below(4);
+    text += static_cast<char16_t>(FIRST[kind] + in.value<std::uint16_t>() % COUNT[kind]);
+  }
+  return text;
+}
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+void checkBytes(std::string_view bytes) {
+  const std::vector<char> exact = fuzz::exact(bytes);
   const Decoded all = decode(bytes);
-  check(all, [&](String& s) { s.buildfromUTF8(data, static_cast<unsigned>(size)); });
+  check(all, [&](String& s) {
+    s.buildfromUTF8(reinterpret_cast<const unsigned char*>(exact.data()), static_cast<unsigned>(exact.size()));
+  });
 
   const std::vector<char> text = fuzz::terminated(bytes);
   check(decode({text.data(), text.size() - 1}),
@@ -79,5 +91,24 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::uint16_t again = 0;
     require(utf2uni(sequence, &again) == n && again == unit, "each sequence gives its unit back");
   }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  checkBytes({reinterpret_cast<const char*>(data), size});
+
+  const std::u16string text = textOf(fuzz::Input(data, size));
+  std::string encoded, kept;
+  for (const char16_t unit : text) {
+    char sequence[3];
+    encoded.append(sequence, static_cast<std::size_t>(uni2utf(unit, sequence, 3)));
+    if (unit != 0) kept.append(sequence, static_cast<std::size_t>(uni2utf(unit, sequence, 3)));
+  }
+  require(String(text).toUTF8() == kept, "whole texts are encoded as single units");
+  checkBytes(encoded);
+  if (encoded.empty()) return 0;
+  encoded[(data[0] * 256U + data[size - 1]) % encoded.size()] = static_cast<char>(data[size / 2]);
+  checkBytes(encoded);
   return 0;
 }
