@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <deque>
 #include <memory>
 #include <optional>
 #include <set>
@@ -229,6 +230,37 @@ TEST(ThreadPoolTest, EndsWithEverythingRunAndWaitingClientsRefused) {
   destructor.join();
   EXPECT_EQ(order, (std::vector<int>{0, 1, 2}));
   EXPECT_EQ(refused.ran + refused.cleaned + refusedInJob.ran, 0);
+}
+
+TEST(ThreadPoolTest, WakesWhomARemovalServes) {
+  BusyStory busy;
+  Story old[2], fresh[3];
+  auto owner = std::make_unique<ThreadPool>(1, 2);
+  ThreadPool& pool = *owner;
+  pool.setMaxNumThreads(1);
+  auto a = std::make_unique<ThreadRequester>(&pool), b = std::make_unique<ThreadRequester>(&pool);
+  busy.begin(pool, nullptr);
+  for (Story& story : old) story.submitTo(pool, a.get());
+  {
+    std::deque<HostThread> clients;
+    for (int i = 0; i < 2; ++i) {
+      clients.emplace_back([&, i] { EXPECT_NE(fresh[i].submitTo(pool, b.get()), 0u); }).waitUntilAsleep();
+    }
+    a->clearRequests();
+  }
+  {
+    HostThread third([&] { EXPECT_NE(fresh[2].submitTo(pool, nullptr), 0u); });
+    third.waitUntilAsleep();
+    pool.ClearThisRequest(fresh[0].id);
+  }
+  a.reset();
+  HostThread destructor([&] { owner.reset(); });
+  destructor.waitUntilAsleep();
+  b.reset();
+  pool.ClearThisRequest(fresh[2].id);  // the queue is empty: the destructor waits for the job alone
+  busy.go.open();
+  destructor.join();
+  EXPECT_EQ(fresh[0].ran + fresh[1].ran + fresh[2].ran + old[0].ran + old[1].ran, 0);
 }
 
 TEST(ThreadPoolTest, DeliversResultsOfCallables) {
