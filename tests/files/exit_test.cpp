@@ -1,15 +1,20 @@
 #include <gtest/gtest.h>
+#include <stdio.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "tests/support/temp_dir.h"
+#include "tests/threads/host_thread.h"
 #include "zqcore27/files/file.h"
 
 namespace {
@@ -73,6 +78,41 @@ TEST_F(FileAtExitTest, AForkedChildLeavesItsParentsBytes) {
   EXPECT_EQ(dir.read("shared"), "child ");
   EXPECT_TRUE(file->close());
   EXPECT_EQ(dir.read("shared"), "child parent ");
+}
+
+TEST_F(FileAtExitTest, AForkedChildThatFillsTheBufferStoresItsParentsBytesToo) {
+  const std::string inherited(10000, 'p'), first(7000, 'c'), last(3000, 'd');
+  File* const file = open("shared", File::MODE_WRITE);
+  const auto write = [file](const std::string& s) { return file->write(s.data(), static_cast<unsigned>(s.size())); };
+  ASSERT_TRUE(write(inherited));
+  EXPECT_EXIT(std::exit(write(first) && write(last) ? 0 : 1), testing::ExitedWithCode(0), "");
+  EXPECT_EQ(dir.read("shared"), inherited + first + last);
+}
+
+TEST_F(FileAtExitTest, AForkedChildDoesntWaitForAThreadOfItsParent) {
+  const std::string path = dir / "pipe";
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  File* const file = open("pipe", File::MODE_UPDATE);
+  std::string bytes(1 << 20, 'p');  // more than a pipe takes
+  HostThread writer([&] { EXPECT_TRUE(file->write(bytes.data(), 1 << 20)); });
+  writer.waitUntilAsleep();
+  EXPECT_EXIT((alarm(20), std::exit(0)), testing::ExitedWithCode(0), "");
+  std::ifstream(path).read(bytes.data(), 1 << 20);
+}
+
+// The runtime flushes its streams behind all exit steps.
+TEST_F(FileAtExitTest, WhatIsWrittenBehindTheExitStepIsStored) {
+  const auto child = [&] {
+    File* const file = open("late", File::MODE_WRITE);
+    cookie_io_functions_t functions{};
+    functions.write = [](void* late, const char* text, std::size_t n) {
+      return static_cast<File*>(late)->write(text, static_cast<unsigned>(n)) ? static_cast<ssize_t>(n) : ssize_t{0};
+    };
+    std::fputs("late", fopencookie(file, "w", functions));
+    std::exit(file->write("early ", 6) ? 0 : 1);
+  };
+  EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
+  EXPECT_EQ(dir.read("late"), "early late");
 }
 
 }  // namespace

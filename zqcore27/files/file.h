@@ -22,6 +22,9 @@ class Stream;
 /// unit is refused and, in a code page that isn't here, one with characters beyond ASCII: both would open another file.
 /// Directories are refused. A new file may be read and written as the process's umask allows. The file isn't inherited
 /// by programs started.
+/// The process's `exit` stores what is buffered; for that it waits for a thread that is inside a write, were it one to
+/// a full pipe. In a forked child it leaves out what the child inherited in the buffer. The child's own flush, close,
+/// destructor, seek, size, read behind a write and full buffer store that too.
 /// Errors: nothing of its own; MemError and StringError where said. Threads: lockedSeekAndRead from any number of
 /// threads at once, with nothing else beside it; all else one at a time.
 class ZQCORE27_EXPORT File {
