@@ -229,13 +229,13 @@ TEST(CheckedFormatTest, RefusesAtRunTimeBeforeAnythingChanges) {
 
   // Arrays that their text runs out of; what isn't read as a text with a zero needs none.
   const char16_t units[2] = {'a', 'b'};
-  const char bytes[2] = {5, 'a'}, counted[2] = {1, 'a'};
+  const char bytes[2] = {5, 'a'}, counted[2] = {1, 'a'}, negative[2] = {'\xFF', 'a'};  // the count is signed
   EXPECT_EQ(refusal([&] { buildChecked(text, "%s", units); }), "%s");
   EXPECT_EQ(refusal([&] { buildChecked(text, "%.1s", units); }), "%.1s");
   EXPECT_EQ(refusal([&] { buildChecked(text, "%Ns", counted); }), "%Ns");
   EXPECT_EQ(refusal([&] { buildChecked(text, "%P", bytes); }), "%P");
   EXPECT_EQ(utf8(text), "as before");
-  EXPECT_EQ(refusal([&] { buildChecked(text, "%P%Ns", counted, "\5a"); }), "none");
+  EXPECT_EQ(refusal([&] { buildChecked(text, "%P%P%Ns", negative, counted, "\5a"); }), "none");
   EXPECT_EQ(utf8(text), "a\5a");
 }
 

@@ -80,7 +80,8 @@ struct FormatArgument {
         argument.terminated = std::ranges::find(passed, 0) != std::ranges::end(passed);
       }
       if constexpr (kind == NARROW_TEXT) {
-        argument.counted = static_cast<unsigned char>(passed[0]) < std::extent_v<T>;
+        const auto length = static_cast<signed char>(passed[0]);  // below 0 nothing is taken
+        argument.counted = length < 0 || static_cast<std::size_t>(length) < std::extent_v<T>;
       }
     }
     return argument;
