@@ -99,6 +99,17 @@ TEST(ErrorTest, InsertsAnswerByTheirClass) {
   }
 }
 
+TEST(ErrorTest, WhatAnInsertRaisesLeavesTheList) {
+  struct : CStr {
+    const std::uint16_t* get(std::uint32_t) override { throw MemError(MemError::HEAP_EXHAUSTED, true); }
+  } catalogue;
+  StringError e(0, false);
+  e.addInsert(String("a"));
+  e.addInsert(std::uint32_t{77});
+  EXPECT_THROW(e.description(&catalogue), MemError);
+  EXPECT_EQ(words(e, &catalogue), "No Error code, replacement strings:a, ") << "the words so far stay";
+}
+
 /// Answers another code than it holds, and another result than its flag.
 struct OtherCode : StringError {
   OtherCode() : StringError(CODE, false) {}

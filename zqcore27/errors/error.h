@@ -32,7 +32,8 @@ class ZQCORE27_EXPORT Error : public FromLibraryHeap {
   virtual std::uint32_t code() const;
   /// The wording; see above. Never null. Built once: a later call gives the same text whatever catalogue it passes.
   /// The text belongs to the error and lives until it is assigned to or destroyed. Without memory for one it is that of
-  /// a failed description, and isn't kept. Errors: without a code, what an insert raises, missing memory apart.
+  /// a failed description, and isn't kept. Errors: without a code, whatever an insert raises; the words
+  /// so far stay then.
   virtual const std::uint16_t* description(CStr* cstr) const;
   /// post_process(fatal()).
   virtual bool process();
