@@ -49,8 +49,8 @@ class ZQCORE27_EXPORT CStrFileCachePage {
 
   std::uint16_t fPage = NO_PAGE;
   std::array<std::uint16_t, UNITS> fData{};  // as read
-  std::uint16_t fTextEnd =
-      0;  // behind the last zero unit: a text that begins before it ends in the page; 0 without a page
+  // Behind the last zero unit: a text that begins before it ends in the page. 0 without a page.
+  std::uint16_t fTextEnd = 0;
 };
 
 }  // namespace zqcore27
