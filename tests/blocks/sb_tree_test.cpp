@@ -88,6 +88,10 @@ TEST(SBTreeTest, StepsOverWhatIsNoRun) {
   }
 }
 
+bool knowsRight(SBTree& tree, const SBTreeIterator& it) {
+  return Inspector::knowsRight(it, SupaBlockInspector::handles(*Inspector::store(tree)));
+}
+
 /// Reads at each impact, when blocks are about to move.
 struct Nosy : SBTree {
   using SBTree::SBTree;
@@ -96,7 +100,7 @@ struct Nosy : SBTree {
     if (event.fKind == SupaBlockEvent::SB_EVENT_IMPACT) {
       const bool lends = it->isAParent();
       EXPECT_FALSE(lends && event.fIndex <= 1) << "its own block is among those that move";
-      EXPECT_EQ(it->nextSibling(), NONE);
+      EXPECT_EQ(it->nextSibling(), sibling);
       for (std::uint32_t i = 0; i < 4; ++i) {
         for (SBTreeChildIterator child(*this, i); *child != NONE; ++child) EXPECT_LT(*child, 4u);
         indexIsAParent(i);
@@ -105,6 +109,7 @@ struct Nosy : SBTree {
     return answer;
   }
   SBTreeIterator* it = nullptr;
+  std::uint32_t sibling = NONE;
 };
 
 TEST(SBTreeTest, LendsNoBlockThatIsAboutToMove) {
@@ -120,6 +125,15 @@ TEST(SBTreeTest, LendsNoBlockThatIsAboutToMove) {
     EXPECT_EQ(it.isAParent(), count != 0);
     EXPECT_EQ(it.prevSibling(), 1u);
   }
+
+  Nosy upward{SupaBlockHints()};  // node 0 is the parent of 1 to 3, and stays where it is when one of them grows
+  SBTreeIterator below(&upward);
+  upward.it = &below;
+  buildTree(upward, "1:3 - - - 0:0");
+  EXPECT_TRUE(below.moveToDFIndex(1) && !below.isAParent());
+  upward.sibling = 2;
+  put(upward, 1, {0, 0});
+  EXPECT_TRUE(knowsRight(upward, below));
 }
 
 /// An iterator that is moved by letters, from newIter on; `run` gives the results.
@@ -319,6 +333,20 @@ TEST(SBTreeIteratorTest, ComparesAndTakesOverPlaces) {
   EXPECT_TRUE(low == high);
   const std::unique_ptr<TreeIterator> made(far.vConstruct());
   EXPECT_TRUE(made->getNodeDepth() == NONE && !(*made == far));
+}
+
+TEST(SBTreeIteratorTest, KnowsNoBlockOfAnotherTreeAndNoneThatWent) {
+  SBTree tree{SupaBlockHints()}, other{SupaBlockHints()};
+  buildTree(tree, "- 0:0 1:1 1:2");
+  buildTree(other, "- - 1:1 2:2");
+  SBTreeIterator it(&tree), start(&other);
+  it.moveToDFIndex(0);
+  it = start;
+  EXPECT_TRUE(it.moveToDFIndex(2) && it.nextDFNode(false) == 1 && !it.isAParent());
+  EXPECT_TRUE(knowsRight(other, it));
+  EXPECT_EQ(it.parentNode(), 2u);
+  other.clearTreeNodes();
+  EXPECT_TRUE(Inspector::knowsRight(it, {})) << "below its node neither";
 }
 
 TEST(SBTreeIteratorTest, AsksTheLeftOneOfTwoClasses) {

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <sstream>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "tests/catalogue/catalogue_fixture.h"
@@ -152,6 +153,20 @@ TEST_F(EntCStrFileTest, ThreadsThatAskAtOnceGetOneCatalogue) {
     EXPECT_EQ(got, std::vector<CStr*>(THREADS, got[0]));
     EXPECT_EQ(catalogues(), before + 1);
   }
+}
+
+TEST_F(EntCStrFileTest, ACoreWithoutAHolderCountsAsNone) {
+  writeCatalogue("strings_405_.cst", 0x405);
+  auto* const bare = new OrlanCore;
+  OrlanCore* const own = std::exchange(gCore, bare);
+  setenv("tavio_language", fDirectory.path().c_str(), 1);  // which needs no core
+  EXPECT_NE(bare->getCStr(0x405, nullptr, String("de")), nullptr);
+  CStrEnterprise german(nullptr, String(), String("de").begin());
+  EXPECT_EQ(textOf(german, 0x04050001), NO_CATALOGUE);
+  bare->use();
+  EXPECT_EQ(textOf(german, 0x04050001), "strings_405_.cst");
+  gCore = own;
+  bare->unuse();
 }
 
 TEST_F(EntCStrFileTest, AnErrorIsWordedInTheReadersLanguage) {

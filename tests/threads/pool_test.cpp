@@ -14,6 +14,17 @@
 #include "tests/threads/pool_job.h"
 #include "zqcore27/threads/worker_thread.h"
 
+inline namespace zqcore27 {
+
+struct ThreadPoolTestAccess {
+  static void countAClientAsWoken(ThreadPool& pool) {
+    const OrlanSynchronized hold(pool.fPoolMutex);
+    ++pool.fWokenClients;
+  }
+};
+
+}  // namespace zqcore27
+
 namespace {
 
 std::uint32_t threads() { return JTCInitialize::getTermGroup()->activeCount(); }
@@ -98,6 +109,21 @@ TEST(ThreadPoolTest, GrowsWhileTheQueueIsFullAndShrinksAgain) {
   EXPECT_EQ(threads(), 1u);
   standing.go.open();
   late[1].waitUntilRun();
+}
+
+// Clients are woken one by one, and one that is slow to come has nobody to wake the next when the last worker has gone.
+TEST(ThreadPoolTest, LeavesNoClientAsleepBehindItsLastWorker) {
+  BusyStory busy;
+  Story queued, last;
+  ThreadPool pool(0, 1);
+  pool.setMaxNumThreads(1);
+  busy.submitTo(pool, nullptr);
+  queued.submitTo(pool, nullptr);
+  busy.begun.pass();
+  HostThread client([&] { EXPECT_NE(last.submitTo(pool, nullptr), 0u); });
+  client.waitUntilAsleep();
+  ThreadPoolTestAccess::countAClientAsWoken(pool);  // as though there were such a one
+  busy.go.open();
 }
 
 TEST(ThreadPoolTest, CancelsByRequestAndByClient) {
