@@ -2,7 +2,6 @@
 // counter bytes_a_block is what malloc gave.
 
 #include <benchmark/benchmark.h>
-#include <malloc.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -11,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "bench/support/heap.h"
+#include "bench/support/run.h"
 #include "zqcore27/blocks/supa_block.h"
 #include "zqcore27/blocks/supa_block_iterator.h"
 
@@ -127,7 +128,8 @@ void fill(Subject& subject) {
   for (const std::string& b : blocks()) subject.append(b);
 }
 
-/// A filled subject that has the same bytes in the same order as every other.
+/// A filled subject that has the same bytes in the same order as every other. It stays until the program ends: what is
+/// filled later doesn't lie in what another has left behind.
 template <class Subject>
 struct Filled : Subject {
   Filled() {
@@ -138,9 +140,11 @@ struct Filled : Subject {
   }
 };
 
-std::size_t heapInUse() {
-  const struct mallinfo2 heap = mallinfo2();
-  return heap.uordblks + heap.hblkhd;
+/// For benchmarks that only read.
+template <class Subject>
+Subject& filled() {
+  static Filled<Subject> made;
+  return made;
 }
 
 template <class Subject>
@@ -159,7 +163,7 @@ void append(benchmark::State& state) {
 /// Each place depends on the byte before it, or look-ups may overlap.
 template <class Subject, bool CHAINED>
 void randomGet(benchmark::State& state) {
-  Filled<Subject> subject;
+  Subject& subject = filled<Subject>();
   std::mt19937 random(2);
   std::vector<int> order(1 << 20);
   for (int& i : order) i = static_cast<int>(random() % COUNT);
@@ -174,13 +178,13 @@ void randomGet(benchmark::State& state) {
 
 template <class Subject>
 void walk(benchmark::State& state) {
-  Filled<Subject> subject;
+  Subject& subject = filled<Subject>();
   for (auto _ : state) benchmark::DoNotOptimize(subject.walk());
 }
 
 template <class Subject>
 void insertAndDelete(benchmark::State& state) {
-  Filled<Subject> subject;
+  static Filled<Subject> subject;
   std::mt19937 random(3);
   for (auto _ : state) {
     const int i = static_cast<int>(random() % COUNT);
@@ -216,7 +220,5 @@ int main(int argc, char** argv) {
 #ifdef HAVE_GLIB
   addSequence<Sequence>("GSequence");
 #endif
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  benchmark::RunSpecifiedBenchmarks();
+  return runBenchmarks(argc, argv);
 }

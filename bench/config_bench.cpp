@@ -6,11 +6,11 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <string>
 #include <string_view>
 
+#include "bench/support/input_file.h"
 #include "zqcore27/config/config.h"
 #include "zqcore27/files/file_locator.h"
 
@@ -22,46 +22,35 @@ namespace {
 
 constexpr std::size_t BYTES = 10 << 20;
 
-/// The file, which goes with the program.
-class BenchFile {
- public:
-  BenchFile() : fPath(std::filesystem::temp_directory_path() / ("config_bench_" + std::to_string(getpid()))) {
-    std::ofstream file(fPath, std::ios::binary);
-    std::size_t written = 0;
-    for (int i = 0; written < BYTES; ++i) {
-      const std::string n = std::to_string(i);
-      std::string line;
-      switch (i % 5) {
-        case 0:
-          line = "! section " + n + " of the settings, with a remark of some length\n";
-          break;
-        case 1:
-          line = "name_" + n + " = \"a text of some words and the number " + n + "\"\n";
-          break;
-        case 2:
-          line = "  size_" + n + " = " + n + ", " + std::to_string(i * 7 % 1000) + ", 640, 480\n";
-          break;
-        case 3:
-          line = "  factor_" + n + " = " + std::to_string(i % 100) + ".625; 0.125; 17.5  ! three factors\n";
-          break;
-        default:
-          line = "option_" + n + " = enabled, visible, persistent_across_restarts\n\n";
-          break;
-      }
-      file << line;
-      written += line.size();
+void writeText(std::ostream& file) {
+  std::size_t written = 0;
+  for (int i = 0; written < BYTES; ++i) {
+    const std::string n = std::to_string(i);
+    std::string line;
+    switch (i % 5) {
+      case 0:
+        line = "! section " + n + " of the settings, with a remark of some length\n";
+        break;
+      case 1:
+        line = "name_" + n + " = \"a text of some words and the number " + n + "\"\n";
+        break;
+      case 2:
+        line = "  size_" + n + " = " + n + ", " + std::to_string(i * 7 % 1000) + ", 640, 480\n";
+        break;
+      case 3:
+        line = "  factor_" + n + " = " + std::to_string(i % 100) + ".625; 0.125; 17.5  ! three factors\n";
+        break;
+      default:
+        line = "option_" + n + " = enabled, visible, persistent_across_restarts\n\n";
+        break;
     }
+    file << line;
+    written += line.size();
   }
-  ~BenchFile() { std::filesystem::remove(fPath); }
+}
 
-  std::string path() const { return fPath; }
-
- private:
-  std::filesystem::path fPath;
-};
-
-const BenchFile& input() {
-  static const BenchFile made;
+const InputFile& input() {
+  static const InputFile made("config_bench", writeText);
   return made;
 }
 
@@ -201,12 +190,17 @@ void tokenise(benchmark::State& state) {
 }
 BENCHMARK(tokenise<readWithLibrary>)
     ->Name("config: tokenise 10 MiB from a file/zqcore27")
-    ->Unit(benchmark::kMillisecond);
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 BENCHMARK(tokenise<splitByHand>)
     ->Name("config: tokenise 10 MiB from a file/split by hand")
-    ->Unit(benchmark::kMillisecond);
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 #ifdef HAVE_GLIB
-BENCHMARK(tokenise<readWithGlib>)->Name("config: tokenise 10 MiB from a file/GScanner")->Unit(benchmark::kMillisecond);
+BENCHMARK(tokenise<readWithGlib>)
+    ->Name("config: tokenise 10 MiB from a file/GScanner")
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 #endif
 
 }  // namespace

@@ -1,14 +1,13 @@
 // 100 MiB of lines of 60 bytes, read line by line into 16-bit text.
 
 #include <benchmark/benchmark.h>
-#include <unistd.h>
 
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <string>
 
+#include "bench/support/input_file.h"
 #include "zqcore27/files/file.h"
 
 #ifdef HAVE_QT
@@ -21,27 +20,16 @@ namespace {
 constexpr std::size_t LINE_BYTES = 60;  // with the line feed
 constexpr std::size_t LINES = (100 << 20) / LINE_BYTES;
 
-/// The file, which goes with the program.
-class BenchFile {
- public:
-  BenchFile() : fPath(std::filesystem::temp_directory_path() / ("files_bench_" + std::to_string(getpid()))) {
-    std::ofstream file(fPath, std::ios::binary);
-    for (std::size_t i = 0; i < LINES; ++i) {
-      std::string line = "line " + std::to_string(i) + " ";
-      while (line.size() < LINE_BYTES - 1) line += static_cast<char>('a' + line.size() * 7 % 26);
-      file << line << '\n';
-    }
+void writeLines(std::ostream& file) {
+  for (std::size_t i = 0; i < LINES; ++i) {
+    std::string line = "line " + std::to_string(i) + " ";
+    while (line.size() < LINE_BYTES - 1) line += static_cast<char>('a' + line.size() * 7 % 26);
+    file << line << '\n';
   }
-  ~BenchFile() { std::filesystem::remove(fPath); }
+}
 
-  std::string path() const { return fPath; }
-
- private:
-  std::filesystem::path fPath;
-};
-
-const BenchFile& input() {
-  static const BenchFile made;
+const InputFile& input() {
+  static const InputFile made("files_bench", writeLines);
   return made;
 }
 

@@ -9,6 +9,8 @@
 #include <string>
 #include <thread>
 
+#include "bench/support/run.h"
+#include "bench/support/section.h"
 #include "zqcore27/threads/condition.h"
 #include "zqcore27/threads/mutex.h"
 #include "zqcore27/threads/read_write_lock.h"
@@ -37,23 +39,6 @@ struct QtRead {
   QReadWriteLock l;
 };
 #endif
-
-/// What the section guards, apart from the lock's own line.
-template <class Lock>
-struct Guarded {
-  alignas(64) Lock lock;
-  alignas(64) int value = 0;
-};
-
-template <class Lock>
-void section(benchmark::State& state) {
-  static Guarded<Lock> guarded;
-  for (auto _ : state) {
-    guarded.lock.lock();
-    benchmark::DoNotOptimize(guarded.value);
-    guarded.lock.unlock();
-  }
-}
 
 struct Turns {
   OrlanMutex mutex;
@@ -131,7 +116,5 @@ int main(int argc, char** argv) {
   turns<Turns>("zqcore27");
   turns<StandardTurns<std::recursive_mutex, std::condition_variable_any>>("std::condition_variable_any");
   turns<StandardTurns<std::mutex, std::condition_variable>>("std::condition_variable");
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  benchmark::RunSpecifiedBenchmarks();
+  return runBenchmarks(argc, argv);
 }

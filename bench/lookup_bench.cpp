@@ -4,7 +4,6 @@
 #include <benchmark/benchmark.h>
 #include <libintl.h>
 #include <nl_types.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <clocale>
@@ -17,6 +16,8 @@
 #include <string>
 #include <vector>
 
+#include "bench/support/input_file.h"
+#include "bench/support/run.h"
 #include "tests/support/catalogue_builder.h"
 #include "zqcore27/catalogue/cstr_enterprise.h"
 #include "zqcore27/core/core.h"
@@ -71,19 +72,6 @@ bool made(const std::string& command, const char* peer) {
   return false;
 }
 
-class Folder {
- public:
-  Folder() : fPath(std::filesystem::temp_directory_path() / ("lookup_bench_" + std::to_string(getpid()))) {
-    std::filesystem::create_directories(fPath / "de/LC_MESSAGES");
-  }
-  ~Folder() { std::filesystem::remove_all(fPath); }
-  std::string operator/(const std::string& name) const { return fPath / name; }
-  std::string path() const { return fPath; }
-
- private:
-  std::filesystem::path fPath;
-};
-
 void refuseUnless(bool right, const char* who) {
   if (right) return;
   std::fprintf(stderr, "%s gives other texts\n", who);
@@ -92,7 +80,7 @@ void refuseUnless(bool right, const char* who) {
 
 bool isGerman(const String& text, std::uint32_t i) { return text.toUTF8() == german(i); }
 
-void registerLibrary(const Folder& folder) {
+void registerLibrary(const InputFile& folder) {
   CatalogueBuilder builder;
   for (std::uint32_t i = 0; i < TEXTS; ++i) {
     const std::string text = german(i);
@@ -121,7 +109,7 @@ void registerLibrary(const Folder& folder) {
   benchmark::RegisterBenchmark("catalogue: missing text through a held CStr/found text", throughHeld);
 }
 
-void registerGettext(const Folder& folder) {
+void registerGettext(const InputFile& folder) {
   std::ofstream source(folder / "de.po");
   source << "msgid \"\"\nmsgstr \"Content-Type: text/plain; charset=UTF-8\\n\"\n";
   for (std::uint32_t i = 0; i < TEXTS; ++i)
@@ -140,7 +128,7 @@ void registerGettext(const Folder& folder) {
   benchmark::RegisterBenchmark("catalogue: text through the front/dgettext", run);
 }
 
-void registerCatgets(const Folder& folder) {
+void registerCatgets(const InputFile& folder) {
   std::ofstream source(folder / "de.msg");
   source << "$set 1\n";
   for (std::uint32_t i = 0; i < TEXTS; ++i) source << i + 1 << " " << german(i) << "\n";
@@ -155,7 +143,7 @@ void registerCatgets(const Folder& folder) {
 }
 
 #ifdef HAVE_ICU
-void registerICU(const Folder& folder) {
+void registerICU(const InputFile& folder) {
   std::ofstream source(folder / "de.txt");
   source << "de {\n texts:array {\n";
   for (std::uint32_t i = 0; i < TEXTS; ++i) source << "  \"" << german(i) << "\",\n";
@@ -178,14 +166,13 @@ void registerICU(const Folder& folder) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  const Folder folder;
+  const InputFile folder("lookup_bench");
+  std::filesystem::create_directories(folder / "de/LC_MESSAGES");
   registerLibrary(folder);
   registerGettext(folder);
   registerCatgets(folder);
 #ifdef HAVE_ICU
   registerICU(folder);
 #endif
-  benchmark::RunSpecifiedBenchmarks();
+  return runBenchmarks(argc, argv);
 }

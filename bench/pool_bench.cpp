@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "bench/support/run.h"
 #include "zqcore27/threads/pool.h"
 #include "zqcore27/threads/request.h"
 #include "zqcore27/threads/thread_requester.h"
@@ -231,7 +232,5 @@ int main(int argc, char** argv) {
 #ifdef HAVE_GLIB
   add<Glib>("GThreadPool");
 #endif
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  benchmark::RunSpecifiedBenchmarks();
+  return runBenchmarks(argc, argv);
 }

@@ -2,7 +2,9 @@
 """Prints the table of scripts/bench from Google Benchmark's JSON files and bars.tsv, and draws the ratios as SVG.
 
 A benchmark is named "<area>: <case>/<who>". Who is "zqcore27", "zqcore27, <variant>", a peer, or "limit: <what>". Each
-figure is the median of the repetitions. Fails if a bar of the areas asked for has no result, or a benchmark failed.
+figure is the median of the repetitions. Below the table stands what limits.tsv says of each bar that isn't held, and a
+note on each of its lines that is out of date: its bar is held with a fifth to spare. Fails if a bar of the areas asked
+for has no result, if a benchmark failed, and if a bar is missed by more than runs of one build differ with no limit named.
 """
 
 import argparse
@@ -23,6 +25,10 @@ NANOSECONDS = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
 # The keys of a result in JSON that aren't counters.
 FIXED = {"repetitions", "repetition_index", "iterations", "real_time", "cpu_time", "threads", "family_index",
          "per_family_instance_index", "items_per_second", "bytes_per_second"}
+# A ratio below this part of its bar is held with room.
+ROOM = 0.8
+# Runs of one build differ by as much.
+NOISE = 1.05
 
 
 class Results:
@@ -67,18 +73,27 @@ def quantity(value, figure):
     return f"{value:.3g} ns"
 
 
+def read_lines(file, wanted):
+    """The fields of each line, `wanted` in number."""
+    lines = [line.split("\t") for line in Path(file).read_text().splitlines() if line and not line.startswith("#")]
+    for fields in lines:
+        if len(fields) != wanted:
+            sys.exit(f"{file}: {wanted} fields are wanted: {fields}")
+    return lines
+
+
 def read_bars(file):
     """(case, peers, figure, bar, aim) of each line."""
-    bars = []
-    for line in Path(file).read_text().splitlines():
-        if not line.strip() or line.startswith("#"):
-            continue
-        fields = line.split("\t")
-        if len(fields) != 5:
-            sys.exit(f"bars: five fields are wanted: {line}")
-        case, peers, figure, bar, aim = fields
-        bars.append((case, [p.strip() for p in peers.split(",")], figure, float(bar), aim))
-    return bars
+    return [(case, [p.strip() for p in peers.split(",")], figure, float(bar), aim)
+            for case, peers, figure, bar, aim in read_lines(file, 5)]
+
+
+def read_limits(file, bars):
+    """What limits a figure of a case, by both."""
+    limits = {(case, figure): limit for case, figure, limit in read_lines(file, 3)}
+    for without in set(limits) - {(case, figure) for case, _, figure, _, _ in bars}:
+        sys.exit(f"{file}: no bar of {without}")
+    return limits
 
 
 def row_of(case, figures, ours_name, figure, peers, bar, aim):
@@ -155,27 +170,37 @@ plot $data using 2:1:(1):2:($1-0.35):($1+0.35) with boxxyerror fill solid 0.7 li
 def main():
     arguments = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     arguments.add_argument("bars")
+    arguments.add_argument("limits")
     arguments.add_argument("results", nargs="+")
     arguments.add_argument("--areas", default="", help="only the bars of these, parted by commas")
     arguments.add_argument("--chart", help="where to draw the ratios")
     given = arguments.parse_args()
     areas = [a for a in given.areas.split(",") if a]
     results = Results(given.results)
-    bars = [b for b in read_bars(given.bars) if not areas or b[0].partition(": ")[0] in areas]
+    bars = read_bars(given.bars)
+    limits = read_limits(given.limits, bars)
+    bars = [b for b in bars if not areas or b[0].partition(": ")[0] in areas]
 
-    rows, drawn, notes, without = [], [], [], []
+    rows, drawn, notes, errors = [], [], [], list(results.failed)
     barred = set()
     for case, peers, figure, bar, aim in bars:
         barred.add(case)
         figures = results.cases.get(case, {})
         if figure not in figures.get(OURS, {}):
-            without.append(f"{case} ({figure})")
+            errors.append(f"no result for the bar: {case} ({figure})")
             continue
         row, ratio = row_of(case, figures, OURS, figure, peers, bar, aim)
         rows.append(row)
         if ratio is not None:
             drawn.append((f"{row[0]}: {row[1]}", ratio, bar))
-        notes += [f"{case}: no figure of {p}" for p in peers if figure not in figures.get(p, {})]
+            limit = limits.get((case, figure))
+            if ratio > bar and limit:
+                notes.append(f"not held: {row[0]}: {row[1]}: {limit}")
+            elif ratio > bar * NOISE:
+                errors.append(f"not held, and no limit is named: {row[0]}: {row[1]}")
+            elif ratio < bar * ROOM and limit:
+                notes.append(f"held, though a limit is named: {row[0]}: {row[1]}")
+        notes += [f"no peer: {case}: {p}" for p in peers if figure not in figures.get(p, {})]
     for case, figures in results.cases.items():
         for who in figures:
             if who.startswith(OURS) and (who != OURS or case not in barred):
@@ -186,14 +211,12 @@ def main():
     behind = sum(r[6] == "NO" for r in rows)
     print(f"\n{len(drawn)} bars measured, {behind} not held.")
     for note in notes:
-        print(f"note: {note}")
+        print(f"- {note}")
     if given.chart and drawn:
         draw(given.chart, drawn)
-    for case in without:
-        print(f"error: no result for the bar: {case}", file=sys.stderr)
-    for failure in results.failed:
-        print(f"error: {failure}", file=sys.stderr)
-    sys.exit(1 if without or results.failed else 0)
+    for error in errors:
+        print(f"error: {error}", file=sys.stderr)
+    sys.exit(1 if errors else 0)
 
 
 if __name__ == "__main__":

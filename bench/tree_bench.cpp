@@ -2,7 +2,6 @@
 // GLib's tree where that is installed. Each peer has the same nodes with the same numbers.
 
 #include <benchmark/benchmark.h>
-#include <malloc.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -11,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "bench/support/heap.h"
+#include "bench/support/run.h"
 #include "zqcore27/blocks/sb_tree.h"
 #include "zqcore27/blocks/sb_tree_iterator.h"
 
@@ -158,11 +159,6 @@ struct GlibTree {
 };
 #endif
 
-std::size_t heapInUse() {
-  const struct mallinfo2 heap = mallinfo2();
-  return heap.uordblks + heap.hblkhd;
-}
-
 /// The walk first, so that what look-ups leave behind is counted, too.
 template <class Subject>
 void build(benchmark::State& state) {
@@ -178,7 +174,7 @@ void build(benchmark::State& state) {
 
 template <class Subject>
 void walk(benchmark::State& state) {
-  Subject subject;
+  static Subject subject;  // stays: what is made later doesn't lie in what another has left behind
   constexpr std::uint64_t SUM = std::uint64_t{COUNT} * (COUNT - 1) / 2;  // every node once
   for (auto _ : state) {
     if (subject.walk() != SUM) state.SkipWithError("the walk has lost its way");
@@ -187,7 +183,7 @@ void walk(benchmark::State& state) {
 
 template <class Subject>
 void insertAndDelete(benchmark::State& state) {
-  Subject subject;
+  static Subject subject;
   const std::uint64_t sum = subject.walk();
   std::mt19937 random(1);
   for (auto _ : state) {
@@ -240,7 +236,5 @@ int main(int argc, char** argv) {
   g_setenv("G_SLICE", "always-malloc", TRUE);  // so that its memory is seen
   addTree<GlibTree>("GNode");
 #endif
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  benchmark::RunSpecifiedBenchmarks();
+  return runBenchmarks(argc, argv);
 }

@@ -111,7 +111,7 @@ bool SBTreeIterator::testIter(bool raise) {
 
 // The moves.
 
-std::uint32_t SBTreeIterator::nextDFNode(bool stopOnAscent) {
+[[gnu::flatten]] std::uint32_t SBTreeIterator::nextDFNode(bool stopOnAscent) {
   testIter(true);
   if (this_idx() == IDX_NONE) {  // nowhere
     if (fTree->fStore == nullptr || fTree->fStore->getSize() == 0 || !SBTree::names_a_node(fTree->fRoot))

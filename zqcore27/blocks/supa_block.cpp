@@ -22,21 +22,22 @@ struct Bracket {
 /// The position of `idx` if all superblocks held the same number of blocks. Only a guess, so in floating point, which
 /// divides faster. Requires: 0 <= idx <= lasts.back().
 std::size_t evenGuess(const std::vector<std::int32_t>& lasts, std::int32_t idx) {
-  const auto guess = static_cast<std::size_t>(idx / (lasts.back() + 1.0) * static_cast<double>(lasts.size()));
-  assert(guess < lasts.size());
-  return guess;
+  const auto size = static_cast<std::ptrdiff_t>(lasts.size());
+  const auto guess = static_cast<std::ptrdiff_t>(idx / (lasts.back() + 1.0) * static_cast<double>(size));
+  assert(0 <= guess && guess < size);
+  return static_cast<std::size_t>(guess);
 }
 
-/// The first position whose end isn't below `idx`, if it is one of WINDOW around the guess: counted without a branch,
-/// so that a processor goes on to the block. Otherwise lasts.size(). Requires: 0 <= idx <= lasts.back().
-std::size_t positionNear(const std::vector<std::int32_t>& lasts, std::int32_t idx, std::size_t guess) {
-  constexpr std::size_t WINDOW = 8;
-  if (lasts.size() < WINDOW) return lasts.size();
-  const std::size_t first = std::min(guess - std::min(guess, WINDOW / 2), lasts.size() - WINDOW);
-  std::int32_t below = 0;
-  for (std::size_t i = 0; i < WINDOW; ++i) below += lasts[first + i] < idx ? 1 : 0;
-  const bool among = below < static_cast<std::int32_t>(WINDOW) && (below != 0 || first == 0);
-  return among ? first + static_cast<std::size_t>(below) : lasts.size();
+/// The first position whose end isn't below `idx`, if it is one of WINDOW around the guess and not the first of them;
+/// 0 otherwise. Counted without a branch, so that a processor goes on to the block. Requires: lasts.front() < idx.
+inline std::size_t positionNear(const std::vector<std::int32_t>& lasts, std::int32_t idx, std::size_t guess) {
+  constexpr std::ptrdiff_t WINDOW = 8;
+  const std::ptrdiff_t begin = std::max<std::ptrdiff_t>(
+      std::min(static_cast<std::ptrdiff_t>(guess) - WINDOW / 2, std::ssize(lasts) - WINDOW), 0);
+  if (std::ssize(lasts) < WINDOW) return 0;
+  std::uint32_t below = 0;
+  for (std::ptrdiff_t i = 0; i < WINDOW; ++i) below += lasts[static_cast<std::size_t>(begin + i)] < idx ? 1 : 0;
+  return below - 1 < WINDOW - 1 ? static_cast<std::size_t>(begin + below) : 0;
 }
 
 /// Steps of doubling length from position `from`. Requires: lasts.front() < idx <= lasts.back().
@@ -77,7 +78,7 @@ SupaBlock::SupaBlock(Flags flags, const SupaBlockHints& hints) : fFlags(flags), 
 }
 
 SupaBlock::~SupaBlock() {
-  fSuperBlocks.clear();
+  fHeaders.clear();
   while (!fIterators.empty()) delete fIterators.back();  // each takes itself off the list
 }
 
@@ -120,58 +121,64 @@ unsigned char* SupaBlock::getBlock(std::int32_t idx) {
   return sb == nullptr ? nullptr : get_block_hdr(sb, idx);
 }
 
-/// The superblock of `idx`, or null behind the end. For a negative index the search by halves gives the first
-/// superblock, which doesn't hold it: get_block_hdr tells.
-SupaBlockHeader* SupaBlock::get_SB_for_idx(std::int32_t idx) {
-  if (fLastSB != nullptr && fLastSB->holds(idx)) return fLastSB;
-  if ((fFlags & SB_LINEAR) != 0) return fLastSB = linear_idx_search(idx);
-  const std::size_t at = position_at_or_behind(idx);
-  return at == fSuperBlocks.size() ? nullptr : fSuperBlocks[at].get();
-}
-
-SupaBlockHeader* SupaBlock::linear_idx_search(std::int32_t idx) {
-  for (const auto& sb : fSuperBlocks) {
-    if (sb->fFirst > idx) return nullptr;
-    if (sb->fLast >= idx) return sb.get();
-  }
-  return nullptr;
-}
-
-/// Position of the first superblock that ends at `idx` or behind it; the number of superblocks if none does. Emptied
-/// superblocks end where the one before them does, and are passed over. Starts where superblocks of even size would
-/// have `idx`, so that the look-ups of an evenly filled store read a few neighbouring ends.
-std::size_t SupaBlock::position_at_or_behind(std::int32_t idx) const {
-  if (fLasts.empty() || fLasts.back() < idx) return fLasts.size();
+/// Position of the first superblock that ends at `idx` or behind it. Emptied superblocks end where the one before
+/// them does, and are passed over. Starts where superblocks of even size would have `idx`, so that the look-ups of an
+/// evenly filled store read a few neighbouring ends. Requires: one ends there.
+inline std::size_t SupaBlock::position_at_or_behind(std::int32_t idx) const {
   if (idx <= fLasts.front()) return 0;
   const std::size_t guess = evenGuess(fLasts, idx);
   const std::size_t near = positionNear(fLasts, idx, guess);
-  return near != fLasts.size() ? near : narrowed(fLasts, idx, bracketFrom(fLasts, idx, guess));
+  return near != 0 ? near : narrowed(fLasts, idx, bracketFrom(fLasts, idx, guess));
+}
+
+/// The superblock of `idx`, or null behind the end. For a negative index the search by halves gives the first
+/// superblock, which doesn't hold it: get_block_hdr tells.
+SupaBlockHeader* SupaBlock::get_SB_for_idx(std::int32_t idx) {
+  if ((fFlags & SB_LINEAR) != 0) {
+    if (fLastSB == nullptr || !fLastSB->holds(idx)) fLastSB = linear_idx_search(idx);
+    return fLastSB;
+  }
+  if (fLasts.empty() || fLasts.back() < idx) return nullptr;
+  return fSuperBlocks[position_at_or_behind(idx)];
+}
+
+SupaBlockHeader* SupaBlock::linear_idx_search(std::int32_t idx) {
+  for (SupaBlockHeader* sb : fSuperBlocks) {
+    if (sb->fFirst > idx) return nullptr;
+    if (sb->fLast >= idx) return sb;
+  }
+  return nullptr;
 }
 
 /// Requires: `sb` is in the list and holds a block.
 std::size_t SupaBlock::position_of(const SupaBlockHeader& sb) const {
   const std::size_t at = position_at_or_behind(sb.fLast);
-  assert(at < fSuperBlocks.size() && fSuperBlocks[at].get() == &sb);
+  assert(at < fSuperBlocks.size() && fSuperBlocks[at] == &sb);
   return at;
 }
 
 /// The handle of block `idx`, or null if `sb` doesn't hold it.
 unsigned char* SupaBlock::get_block_hdr(SupaBlockHeader* sb, std::int32_t idx) {
   if (!sb->holds(idx) || sb == fUnsettled) return nullptr;
-  if (sb->fDirectory != nullptr) return block_hdr_dir(sb, idx);
+  if (has_directories()) return block_hdr_dir(sb, idx);
   unsigned char* h = *sb->fBody;
   for (std::int32_t i = sb->fFirst; i < idx; ++i) h = next_block_from_hdr(h);
   return h;
 }
 
-/// The same through the directory, which is extended as far as the walk goes. Requires: `sb` holds `idx`.
-unsigned char* SupaBlock::block_hdr_dir(SupaBlockHeader* sb, std::int32_t idx) {
-  std::vector<std::uint32_t>& directory = *sb->fDirectory;
+/// The same through the directory. Requires: `sb` holds `idx`.
+inline unsigned char* SupaBlock::block_hdr_dir(SupaBlockHeader* sb, std::int32_t idx) {
+  const std::vector<std::uint32_t>& directory = sb->fDirectory;
+  const auto target = static_cast<std::uint32_t>(sb->DIRIDX_ADJ(idx));
+  const std::uint32_t entry = target >> fHints.fDirShift;
+  if (entry >= directory.size()) return find_behind_directory(sb, static_cast<std::int32_t>(target));
+  return block_behind(*sb->fBody + directory[entry], target & fDirMask);
+}
+
+/// The handle of block `target` of `sb`, which the directory doesn't reach: it is extended as far as the walk goes.
+[[gnu::noinline]] unsigned char* SupaBlock::find_behind_directory(SupaBlockHeader* sb, std::int32_t target) {
+  std::vector<std::uint32_t>& directory = sb->fDirectory;
   unsigned char* body = *sb->fBody;
-  const std::int32_t target = sb->DIRIDX_ADJ(idx);
-  if (const auto entry = static_cast<std::uint32_t>(target) >> fHints.fDirShift; entry < directory.size()) {
-    return block_behind(body + directory[entry], static_cast<std::uint32_t>(target - NEAR_DIR_IDX(target)));
-  }
   const auto remember = [&directory](std::uint32_t offset) noexcept {
     try {
       directory.push_back(offset);
@@ -209,8 +216,10 @@ unsigned char* SupaBlock::block_behind(unsigned char* h, std::uint32_t steps) co
     return h;
   }
   for (std::uint32_t i = 0; i < fDirMask; ++i) {
-    const std::size_t extent = std::size_t{4} + get_block_size_from_hdr(h);
-    h += i < steps ? extent : 0;
+    std::uint32_t size;
+    std::memcpy(&size, h, 4);
+    const std::int64_t taken = (std::int64_t{i} - steps) >> 63;  // all bits, or none
+    h += (std::int64_t{4} + size) & taken;
   }
   return h;
 }

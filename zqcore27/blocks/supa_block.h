@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <memory>
+#include <deque>
 #include <vector>
 
 #include "zqcore27/blocks/supa_block_datum.h"
@@ -57,7 +57,7 @@ class ZQCORE27_EXPORT SupaBlock : public FromLibraryHeap {
   virtual ~SupaBlock();
 
   /// Number of blocks.
-  std::int32_t getSize() const { return fSuperBlocks.empty() ? 0 : fSuperBlocks.back()->fLast + 1; }
+  std::int32_t getSize() const { return fLasts.empty() ? 0 : fLasts.back() + 1; }
 
   /// Fills in `datum`. False, and nothing filled in, behind the end or with a null `datum`. A negative index of a store
   /// that isn't empty is true with null data and SB_NO_SIZE, with SB_LINEAR it is false.
@@ -110,6 +110,7 @@ class ZQCORE27_EXPORT SupaBlock : public FromLibraryHeap {
 
   // Layout, search and reads.
   void adjust_hints();
+  bool has_directories() const { return (fFlags & SB_DIRECTORY) != 0; }
   std::int32_t next_idx() const { return getSize(); }
   std::int32_t NEAR_DIR_IDX(std::int32_t i) const { return (i >> fHints.fDirShift) << fHints.fDirShift; }
   static unsigned int get_block_size_from_hdr(const unsigned char* h) {
@@ -130,6 +131,7 @@ class ZQCORE27_EXPORT SupaBlock : public FromLibraryHeap {
   std::size_t position_of(const SupaBlockHeader& sb) const;
   unsigned char* get_block_hdr(SupaBlockHeader* sb, std::int32_t idx);
   unsigned char* block_hdr_dir(SupaBlockHeader* sb, std::int32_t idx);
+  unsigned char* find_behind_directory(SupaBlockHeader* sb, std::int32_t target);
   unsigned char* block_behind(unsigned char* h, std::uint32_t steps) const;
   unsigned int block_size(SupaBlockHeader* sb, std::int32_t idx);
   unsigned char* block_data(SupaBlockHeader* sb, std::int32_t idx);
@@ -156,9 +158,10 @@ class ZQCORE27_EXPORT SupaBlock : public FromLibraryHeap {
   SupaBlockHeader* move_to_new_superblock(SupaBlockHeader* sb, unsigned char* from, std::int32_t idx,
                                           std::uint32_t body);
   void grow_body(SupaBlockHeader* sb, std::uint64_t size);
+  SupaBlockHeader* make_superblock(std::uint32_t body);
   void commission_superblock(SupaBlockHeader* sb);
   void reserve_in_list();
-  void list_superblock(std::size_t at, std::unique_ptr<SupaBlockHeader> sb);
+  void list_superblock(std::size_t at, SupaBlockHeader* sb);
 
   // Notices.
   void impact_all(SupaBlockHeader& sb, unsigned char* at, std::int32_t idx);
@@ -172,15 +175,16 @@ class ZQCORE27_EXPORT SupaBlock : public FromLibraryHeap {
   CallableClass<SupaBlockEvent>* fCallback = nullptr;  // not owned
   std::int32_t fCallbackOn = 0;                        // 0: no events
   Flags fFlags;
-  SupaBlockHints fHints;                                       // adjusted
-  std::uint32_t fDirMask = 0;                                  // (1 << fDirShift) - 1
-  std::uint32_t fTargetBody = 0;                               // bytes in the body of a new superblock, a multiple of 4
-  std::vector<std::unique_ptr<SupaBlockHeader>> fSuperBlocks;  // in index order
-  std::vector<std::int32_t> fLasts;                            // fLast of each superblock: the search reads these alone
-  SupaBlockHeader* fLastSB = nullptr;                          // last hit of the scan; a cache
-  std::vector<SupaBlockIterator*> fIterators;                  // registered here
-  SupaBlockHeader* fUnsettled = nullptr;  // during the impact of a resize: its sizes and bytes disagree
-  bool fImpacting = false;                // an impact event is being sent
+  SupaBlockHints fHints;                       // adjusted
+  std::uint32_t fDirMask = 0;                  // (1 << fDirShift) - 1
+  std::uint32_t fTargetBody = 0;               // bytes in the body of a new superblock, a multiple of 4
+  std::deque<SupaBlockHeader> fHeaders;        // in the order in which they were made, side by side: look-ups read them
+  std::vector<SupaBlockHeader*> fSuperBlocks;  // those in fHeaders, in index order
+  std::vector<std::int32_t> fLasts;            // fLast of each superblock: the search reads these alone
+  SupaBlockHeader* fLastSB = nullptr;          // last hit of the scan; a cache
+  std::vector<SupaBlockIterator*> fIterators;  // registered here
+  SupaBlockHeader* fUnsettled = nullptr;       // during the impact of a resize: its sizes and bytes disagree
+  bool fImpacting = false;                     // an impact event is being sent
 };
 
 }  // namespace zqcore27

@@ -34,6 +34,7 @@ class ZQCORE27_EXPORT SupaBlockIterator : public FromLibraryHeap {
   unsigned char* nextBlock(std::int32_t* idx) {
     if (fHeader == nullptr || fIndex >= fSuperBlock->fLast || fStore->fImpacting) return next_by_look_up(idx);
     fHeader = SupaBlock::next_block_from_hdr(fHeader);
+    __builtin_prefetch(fHeader + 384);  // a fifth off a walk: its steps wait for one size word after the other
     ++fIndex;
     if (idx != nullptr) *idx = fIndex;
     return fHeader;
