@@ -128,8 +128,7 @@ void fill(Subject& subject) {
   for (const std::string& b : blocks()) subject.append(b);
 }
 
-/// A filled subject that has the same bytes in the same order as every other. It stays until the program ends: what is
-/// filled later doesn't lie in what another has left behind.
+/// A filled subject that has the same bytes in the same order as every other.
 template <class Subject>
 struct Filled : Subject {
   Filled() {
@@ -139,13 +138,6 @@ struct Filled : Subject {
     if (this->walk() != sum) std::abort();
   }
 };
-
-/// For benchmarks that only read.
-template <class Subject>
-Subject& filled() {
-  static Filled<Subject> made;
-  return made;
-}
 
 template <class Subject>
 void append(benchmark::State& state) {
@@ -162,8 +154,7 @@ void append(benchmark::State& state) {
 
 /// Each place depends on the byte before it, or look-ups may overlap.
 template <class Subject, bool CHAINED>
-void randomGet(benchmark::State& state) {
-  Subject& subject = filled<Subject>();
+void randomGet(benchmark::State& state, Subject& subject) {
   std::mt19937 random(2);
   std::vector<int> order(1 << 20);
   for (int& i : order) i = static_cast<int>(random() % COUNT);
@@ -177,14 +168,12 @@ void randomGet(benchmark::State& state) {
 }
 
 template <class Subject>
-void walk(benchmark::State& state) {
-  Subject& subject = filled<Subject>();
+void walk(benchmark::State& state, Subject& subject) {
   for (auto _ : state) benchmark::DoNotOptimize(subject.walk());
 }
 
 template <class Subject>
-void insertAndDelete(benchmark::State& state) {
-  static Filled<Subject> subject;
+void insertAndDelete(benchmark::State& state, Subject& subject) {
   std::mt19937 random(3);
   for (auto _ : state) {
     const int i = static_cast<int>(random() % COUNT);
@@ -199,15 +188,17 @@ void add(const std::string& work, const std::string& who, void (*run)(benchmark:
 
 template <class Subject>
 void addArray(const std::string& who) {
+  static Filled<Subject> subject;  // made first, and stays: none lies in what another has left behind
   add("append a million blocks", who, append<Subject>);
-  add("random get", who, randomGet<Subject, false>);
-  add("random get, each behind the last", who, randomGet<Subject, true>);
-  add("walk", who, walk<Subject>);
+  add("random get", who, [](auto& state) { randomGet<Subject, false>(state, subject); });
+  add("random get, each behind the last", who, [](auto& state) { randomGet<Subject, true>(state, subject); });
+  add("walk", who, [](auto& state) { walk<Subject>(state, subject); });
 }
 
 template <class Subject>
 void addSequence(const std::string& who) {
-  add("insert and delete anywhere", who, insertAndDelete<Subject>);
+  static Filled<Subject> subject;
+  add("insert and delete anywhere", who, [](auto& state) { insertAndDelete<Subject>(state, subject); });
 }
 
 }  // namespace

@@ -96,6 +96,11 @@ def read_limits(file, bars):
     return limits
 
 
+def by_name(item):
+    """For sorting: numbers within a name by their value."""
+    return [int(part) if part.isdigit() else part for part in re.split(r"(\d+)", item[0])]
+
+
 def row_of(case, figures, ours_name, figure, peers, bar, aim):
     """One line of the table, and the ratio. Without named peers all count."""
     ours = figures[ours_name].get(figure)
@@ -143,7 +148,7 @@ def draw(chart, drawn):
     drawn = drawn[::-1]
     low = 10 ** math.floor(math.log10(min([r for _, r, _ in drawn] + [0.1])))
     high = max([r for _, r, _ in drawn] + [b for _, _, b in drawn if b] + [2]) * 1.2
-    tics = ", ".join('"%s" %d' % (case.replace('"', "'"), i) for i, (case, _, _) in enumerate(drawn))
+    tics = ", ".join('"%s" %d' % (case.replace('"', "'").replace("%", "%%"), i) for i, (case, _, _) in enumerate(drawn))
     data = "\n".join(f"{i} {ratio:.6g} {bar or 'NaN'}" for i, (_, ratio, bar) in enumerate(drawn))
     script = f"""
 set terminal svg size 1100,{80 + 18 * len(drawn)} font "sans-serif,11" background rgb "white" noenhanced
@@ -201,8 +206,8 @@ def main():
             elif ratio < bar * ROOM and limit:
                 notes.append(f"held, though a limit is named: {row[0]}: {row[1]}")
         notes += [f"no peer: {case}: {p}" for p in peers if figure not in figures.get(p, {})]
-    for case, figures in results.cases.items():
-        for who in figures:
+    for case, figures in sorted(results.cases.items(), key=by_name):
+        for who in sorted(figures):
             if who.startswith(OURS) and (who != OURS or case not in barred):
                 rows.append(row_of(case, figures, who, "time", None, None, "")[0])
 

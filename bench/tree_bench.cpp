@@ -173,8 +173,7 @@ void build(benchmark::State& state) {
 }
 
 template <class Subject>
-void walk(benchmark::State& state) {
-  static Subject subject;  // stays: what is made later doesn't lie in what another has left behind
+void walk(benchmark::State& state, Subject& subject) {
   constexpr std::uint64_t SUM = std::uint64_t{COUNT} * (COUNT - 1) / 2;  // every node once
   for (auto _ : state) {
     if (subject.walk() != SUM) state.SkipWithError("the walk has lost its way");
@@ -183,7 +182,7 @@ void walk(benchmark::State& state) {
 
 template <class Subject>
 void insertAndDelete(benchmark::State& state) {
-  static Subject subject;
+  Subject subject;
   const std::uint64_t sum = subject.walk();
   std::mt19937 random(1);
   for (auto _ : state) {
@@ -215,8 +214,9 @@ void add(const std::string& work, const std::string& who, void (*run)(benchmark:
 
 template <class Subject>
 void addTree(const std::string& who) {
+  static Subject subject;  // made first, and stays: none lies in what another has left behind
   add("build a million nodes", who, build<Subject>);
-  add("walk", who, walk<Subject>);
+  add("walk", who, [](benchmark::State& state) { walk<Subject>(state, subject); });
 }
 
 template <class Subject>
