@@ -2,11 +2,11 @@
 // queued. Each round submits JOBS empty jobs, from one or two clients, and waits until all have run.
 
 #include <benchmark/benchmark.h>
+#include <semaphore.h>
 
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <semaphore>
 #include <string>
 #include <thread>
 #include <vector>
@@ -89,18 +89,25 @@ struct PoolThatGrows : Pool {
   using Client = Pool::Client;
 };
 
-/// What a peer lacks: at most so many jobs queued.
+/// What a peer lacks: at most so many jobs queued. By the C runtime's semaphore, as a wake-up may be lost by
+/// std::counting_semaphore of g++ 12.
 class Bound {
  public:
-  explicit Bound(std::uint16_t queueSize) : fRoom(queueSize) {}
-  void submitted() { fRoom.acquire(); }
+  explicit Bound(std::uint16_t queueSize) { sem_init(&fRoom, 0, queueSize); }
+  Bound(const Bound&) = delete;
+  Bound& operator=(const Bound&) = delete;
+  ~Bound() { sem_destroy(&fRoom); }
+  void submitted() {
+    while (sem_wait(&fRoom) != 0) {  // by a signal
+    }
+  }
   void ran() {
-    fRoom.release();
+    sem_post(&fRoom);
     jobDone();
   }
 
  private:
-  std::counting_semaphore<UINT16_MAX> fRoom;
+  sem_t fRoom;
 };
 
 /// A client of a peer, which has a `bound` and queues a function by `post`.
