@@ -93,11 +93,13 @@ TEST_F(FileAtExitTest, AForkedChildDoesntWaitForAThreadOfItsParent) {
   const std::string path = dir / "pipe";
   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
   File* const file = open("pipe", File::MODE_UPDATE);
-  std::string bytes(1 << 20, 'p');  // more than a pipe takes
+  const std::string bytes(1 << 20, 'p');  // more than a pipe takes
   HostThread writer([&] { EXPECT_TRUE(file->write(bytes.data(), 1 << 20)); });
   writer.waitUntilAsleep();
   EXPECT_EXIT((alarm(20), std::exit(0)), testing::ExitedWithCode(0), "");
-  std::ifstream(path).read(bytes.data(), 1 << 20);
+  std::string taken(bytes.size(), '-');
+  std::ifstream(path).read(taken.data(), 1 << 20);
+  EXPECT_TRUE(taken == bytes);
 }
 
 // The runtime flushes its streams behind all exit steps.
