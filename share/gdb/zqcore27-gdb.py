@@ -144,14 +144,14 @@ class LocatorPrinter(TextPrinter):
 def block_count(store):
     superblocks = store["fSuperBlocks"]
     count = vector_size(superblocks)
-    return int(superblocks["_M_impl"]["_M_finish"][-1].dereference()["fLast"]) + 1 if count else 0
+    return int(owned(superblocks["_M_impl"]["_M_finish"][-1]).dereference()["fLast"]) + 1 if count else 0
 
 
 def blocks(store):
     """(index, pointer to the data, bytes) of each block of a SupaBlock, off the bodies alone."""
     word = gdb.lookup_type("unsigned int").pointer()
     for superblock in vector(store["fSuperBlocks"]):
-        superblock = superblock.dereference()
+        superblock = owned(superblock).dereference()
         at, index = superblock["fBody"]["fData"], int(superblock["fFirst"])
         end = at + int(superblock["fUsed"])
         while index <= int(superblock["fLast"]) and int(at) + 4 <= int(end):

@@ -112,7 +112,7 @@ TEST(SupaBlockEventTest, KeepsDirectoriesAsPrefixes) {
   SupaBlock s(SupaBlock::SB_DIRECTORY, hintsOf(1000, 16, 4, 20, 1));
   fill(s, 9, 8);
   Recorder recorder;
-  const auto entries = [](const SupaBlock& one) { return Inspector::superBlocks(one)[0]->fDirectory.size(); };
+  const auto entries = [](const SupaBlock& one) { return Inspector::superBlocks(one)[0]->fDirectory->size(); };
   recorder.look = [&](const SupaBlockEvent& event) { return std::to_string(entries(*event.fSource)); };
   unsigned char* last = s.getBlock(8);
   EXPECT_EQ(entries(s), 5u);

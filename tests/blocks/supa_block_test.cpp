@@ -73,7 +73,7 @@ TEST(SupaBlockTest, RemembersTheLastHitOfAScan) {
   for (int i = 0; i < 20; ++i) insertText(s, i, "12345678");
   ASSERT_GT(Inspector::superBlocks(s).size(), 2u);
   s.getBlock(19);
-  EXPECT_EQ(Inspector::lastHit(s), Inspector::superBlocks(s).back());
+  EXPECT_EQ(Inspector::lastHit(s), Inspector::superBlocks(s).back().get());
   s.getBlock(20);
   EXPECT_EQ(Inspector::lastHit(s), nullptr);
   s.getBlock(0);

@@ -21,12 +21,12 @@ class Store {
  public:
   explicit Store(const FaultRun& run) : fRun(run) {}
 
-  bool make() {
+  bool make(std::uint32_t blocks = 20) {
     SupaBlockHints hints;
-    hints.fMaxBodySize = 600;
+    hints.fMaxBodySize = blocks * 30;
     hints.fAvgBlockSize = 20;
-    hints.fMinBlocks = 4;
-    hints.fMaxBlocks = 20;
+    hints.fMinBlocks = blocks / 5;
+    hints.fMaxBlocks = blocks;
     hints.fDirShift = 1;
     return hadMemory(fRun, [&] { fStore = std::make_unique<SupaBlock>(SupaBlock::SB_DIRECTORY, hints); });
   }
@@ -40,6 +40,8 @@ class Store {
       if (step % 8 == 0) walk();
     }
     check();
+    fModel.clear();
+    if (make(5)) divide();
   }
 
   void check() {
@@ -56,6 +58,12 @@ class Store {
   static std::string text(std::uint32_t random) {
     const FaultPause pause;
     return std::string(4 + random % 14 * 4, static_cast<char>('a' + random % 26));
+  }
+
+  /// Until the list of superblocks has to grow for a division.
+  void divide() {
+    for (int step = 0; step < 40; ++step) change(0, fModel.size() / 2, text(13));
+    check();
   }
 
   void change(int kind, std::size_t at, const std::string& text) {

@@ -38,7 +38,7 @@ class SupaBlockInspector {
   }
   static const SupaBlockHeader* holder(const SupaBlock& s, std::int32_t idx) {
     for (const auto& sb : s.fSuperBlocks) {
-      if (sb->holds(idx)) return sb;
+      if (sb->holds(idx)) return sb.get();
     }
     return nullptr;
   }
@@ -67,7 +67,7 @@ class SupaBlockInspector {
     if (!holds) throw std::string("broken: ") + what;
   }
   static bool listed(const SupaBlock& s, const SupaBlockHeader* sb) {
-    return std::ranges::any_of(s.fSuperBlocks, [sb](const auto& one) { return one == sb; });
+    return std::ranges::any_of(s.fSuperBlocks, [sb](const auto& one) { return one.get() == sb; });
   }
   static void check_body(const SupaBlock& s, const SupaBlockHeader& sb, std::vector<const unsigned char*>& all) {
     const unsigned char* body = *sb.fBody;
@@ -84,11 +84,12 @@ class SupaBlockInspector {
       at += 4 + sizeAt(body + at);
     }
     require(at == sb.fUsed, "a walk ends at the used bytes");
-    require(sb.fDirectory.empty() || s.has_directories(), "directories as the flags say");
-    for (std::size_t k = 0; k < sb.fDirectory.size(); ++k) {
+    require((sb.fDirectory != nullptr) == ((s.fFlags & SupaBlock::SB_DIRECTORY) != 0), "directories as the flags say");
+    if (sb.fDirectory == nullptr) return;
+    for (std::size_t k = 0; k < sb.fDirectory->size(); ++k) {
       const std::size_t position = before + (k << s.fHints.fDirShift);
       // Entry 0 is 0 even for a superblock that has lost all its blocks.
-      require(position < all.size() ? body + sb.fDirectory[k] == all[position] : k == 0 && sb.fDirectory[0] == 0,
+      require(position < all.size() ? body + (*sb.fDirectory)[k] == all[position] : k == 0 && (*sb.fDirectory)[0] == 0,
               "a directory entry names its block");
     }
   }

@@ -78,7 +78,7 @@ SupaBlock::SupaBlock(Flags flags, const SupaBlockHints& hints) : fFlags(flags), 
 }
 
 SupaBlock::~SupaBlock() {
-  fHeaders.clear();
+  fSuperBlocks.clear();
   while (!fIterators.empty()) delete fIterators.back();  // each takes itself off the list
 }
 
@@ -139,13 +139,13 @@ SupaBlockHeader* SupaBlock::get_SB_for_idx(std::int32_t idx) {
     return fLastSB;
   }
   if (fLasts.empty() || fLasts.back() < idx) return nullptr;
-  return fSuperBlocks[position_at_or_behind(idx)];
+  return fSuperBlocks[position_at_or_behind(idx)].get();
 }
 
 SupaBlockHeader* SupaBlock::linear_idx_search(std::int32_t idx) {
-  for (SupaBlockHeader* sb : fSuperBlocks) {
+  for (const auto& sb : fSuperBlocks) {
     if (sb->fFirst > idx) return nullptr;
-    if (sb->fLast >= idx) return sb;
+    if (sb->fLast >= idx) return sb.get();
   }
   return nullptr;
 }
@@ -153,14 +153,14 @@ SupaBlockHeader* SupaBlock::linear_idx_search(std::int32_t idx) {
 /// Requires: `sb` is in the list and holds a block.
 std::size_t SupaBlock::position_of(const SupaBlockHeader& sb) const {
   const std::size_t at = position_at_or_behind(sb.fLast);
-  assert(at < fSuperBlocks.size() && fSuperBlocks[at] == &sb);
+  assert(at < fSuperBlocks.size() && fSuperBlocks[at].get() == &sb);
   return at;
 }
 
 /// The handle of block `idx`, or null if `sb` doesn't hold it.
 unsigned char* SupaBlock::get_block_hdr(SupaBlockHeader* sb, std::int32_t idx) {
   if (!sb->holds(idx) || sb == fUnsettled) return nullptr;
-  if (has_directories()) return block_hdr_dir(sb, idx);
+  if (sb->fDirectory != nullptr) return block_hdr_dir(sb, idx);
   unsigned char* h = *sb->fBody;
   for (std::int32_t i = sb->fFirst; i < idx; ++i) h = next_block_from_hdr(h);
   return h;
@@ -168,7 +168,7 @@ unsigned char* SupaBlock::get_block_hdr(SupaBlockHeader* sb, std::int32_t idx) {
 
 /// The same through the directory. Requires: `sb` holds `idx`.
 inline unsigned char* SupaBlock::block_hdr_dir(SupaBlockHeader* sb, std::int32_t idx) {
-  const std::vector<std::uint32_t>& directory = sb->fDirectory;
+  const std::vector<std::uint32_t>& directory = *sb->fDirectory;
   const auto target = static_cast<std::uint32_t>(sb->DIRIDX_ADJ(idx));
   const std::uint32_t entry = target >> fHints.fDirShift;
   if (entry >= directory.size()) return find_behind_directory(sb, static_cast<std::int32_t>(target));
@@ -177,7 +177,7 @@ inline unsigned char* SupaBlock::block_hdr_dir(SupaBlockHeader* sb, std::int32_t
 
 /// The handle of block `target` of `sb`, which the directory doesn't reach: it is extended as far as the walk goes.
 [[gnu::noinline]] unsigned char* SupaBlock::find_behind_directory(SupaBlockHeader* sb, std::int32_t target) {
-  std::vector<std::uint32_t>& directory = sb->fDirectory;
+  std::vector<std::uint32_t>& directory = *sb->fDirectory;
   unsigned char* body = *sb->fBody;
   const auto remember = [&directory](std::uint32_t offset) noexcept {
     try {

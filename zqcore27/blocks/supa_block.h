@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <deque>
+#include <memory>
 #include <vector>
 
 #include "zqcore27/blocks/supa_block_datum.h"
@@ -110,7 +110,6 @@ class ZQCORE27_EXPORT SupaBlock : public FromLibraryHeap {
 
   // Layout, search and reads.
   void adjust_hints();
-  bool has_directories() const { return (fFlags & SB_DIRECTORY) != 0; }
   std::int32_t next_idx() const { return getSize(); }
   std::int32_t NEAR_DIR_IDX(std::int32_t i) const { return (i >> fHints.fDirShift) << fHints.fDirShift; }
   static unsigned int get_block_size_from_hdr(const unsigned char* h) {
@@ -158,10 +157,9 @@ class ZQCORE27_EXPORT SupaBlock : public FromLibraryHeap {
   SupaBlockHeader* move_to_new_superblock(SupaBlockHeader* sb, unsigned char* from, std::int32_t idx,
                                           std::uint32_t body);
   void grow_body(SupaBlockHeader* sb, std::uint64_t size);
-  SupaBlockHeader* make_superblock(std::uint32_t body);
   void commission_superblock(SupaBlockHeader* sb);
   void reserve_in_list();
-  void list_superblock(std::size_t at, SupaBlockHeader* sb);
+  void list_superblock(std::size_t at, std::unique_ptr<SupaBlockHeader> sb);
 
   // Notices.
   void impact_all(SupaBlockHeader& sb, unsigned char* at, std::int32_t idx);
@@ -175,16 +173,15 @@ class ZQCORE27_EXPORT SupaBlock : public FromLibraryHeap {
   CallableClass<SupaBlockEvent>* fCallback = nullptr;  // not owned
   std::int32_t fCallbackOn = 0;                        // 0: no events
   Flags fFlags;
-  SupaBlockHints fHints;                       // adjusted
-  std::uint32_t fDirMask = 0;                  // (1 << fDirShift) - 1
-  std::uint32_t fTargetBody = 0;               // bytes in the body of a new superblock, a multiple of 4
-  std::deque<SupaBlockHeader> fHeaders;        // in the order in which they were made, side by side: look-ups read them
-  std::vector<SupaBlockHeader*> fSuperBlocks;  // those in fHeaders, in index order
-  std::vector<std::int32_t> fLasts;            // fLast of each superblock: the search reads these alone
-  SupaBlockHeader* fLastSB = nullptr;          // last hit of the scan; a cache
-  std::vector<SupaBlockIterator*> fIterators;  // registered here
-  SupaBlockHeader* fUnsettled = nullptr;       // during the impact of a resize: its sizes and bytes disagree
-  bool fImpacting = false;                     // an impact event is being sent
+  SupaBlockHints fHints;                                       // adjusted
+  std::uint32_t fDirMask = 0;                                  // (1 << fDirShift) - 1
+  std::uint32_t fTargetBody = 0;                               // bytes in the body of a new superblock, a multiple of 4
+  std::vector<std::unique_ptr<SupaBlockHeader>> fSuperBlocks;  // in index order
+  std::vector<std::int32_t> fLasts;                            // fLast of each superblock: the search reads these alone
+  SupaBlockHeader* fLastSB = nullptr;                          // last hit of the scan; a cache
+  std::vector<SupaBlockIterator*> fIterators;                  // registered here
+  SupaBlockHeader* fUnsettled = nullptr;  // during the impact of a resize: its sizes and bytes disagree
+  bool fImpacting = false;                // an impact event is being sent
 };
 
 }  // namespace zqcore27

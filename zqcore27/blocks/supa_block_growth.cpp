@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cassert>
+#include <utility>
 
 #include "zqcore27/blocks/block_size.h"
 #include "zqcore27/blocks/supa_block.h"
@@ -12,7 +13,7 @@ inline namespace zqcore27 {
 /// idx >= getSize(); `size` is rounded.
 SupaBlockHeader* SupaBlock::append_blocks(std::int32_t idx, std::uint32_t size) {
   if (fSuperBlocks.empty()) return insert_superblock(idx, size);
-  SupaBlockHeader* last = fSuperBlocks.back();
+  SupaBlockHeader* last = fSuperBlocks.back().get();
   const std::uint32_t free = last->get_unused_body_size();
   const std::uint32_t expected = roundedUp(fHints.fAvgBlockSize);
   const std::uint64_t fit = std::min(free / expected, fHints.fMaxBlocks);
@@ -53,15 +54,17 @@ SupaBlockHeader* SupaBlock::add_superblocks(std::int32_t idx, std::uint32_t size
     const std::uint64_t used = placed ? extent : count * 4;
     const std::uint64_t body = fits || !placed ? std::max(target, used) : used;
 
-    SupaBlockHeader* sb = make_superblock(static_cast<std::uint32_t>(body));
+    auto sb = std::make_unique<SupaBlockHeader>(static_cast<std::int32_t>(body));
+    commission_superblock(sb.get());
     sb->fFirst = last + 1;
     sb->fLast = last + static_cast<std::int32_t>(count);
     sb->fUsed = static_cast<std::uint32_t>(used);
     if (placed) set_block_size(*sb->fBody + (count - 1) * 4, size);
     last = sb->fLast;
-    list_superblock(fSuperBlocks.size(), sb);
+    reserve_in_list();
+    list_superblock(fSuperBlocks.size(), std::move(sb));
   }
-  return fSuperBlocks.back();
+  return fSuperBlocks.back().get();
 }
 
 /// Requires: `sb` holds `idx`.
@@ -82,7 +85,7 @@ void SupaBlock::split_tail(SupaBlockHeader* sb, std::int32_t idx, unsigned char*
   unsigned char* from = get_block_hdr(sb, first);
   const auto tail = static_cast<std::uint32_t>(*sb->fBody + sb->fUsed - from);
   move_to_new_superblock(sb, from, first, body_for_moved(tail, fHints.fMaxBodySize));
-  sb->fDirectory.clear();
+  if (sb->fDirectory != nullptr) sb->fDirectory->clear();
 }
 
 /// Block `idx` at `h` moves with all behind it. With a `delta` that the new body's target doesn't hold it divides
@@ -106,7 +109,9 @@ std::uint32_t SupaBlock::body_for_moved(std::uint32_t tail, std::uint64_t limit)
 /// comes before the first byte moves.
 SupaBlockHeader* SupaBlock::move_to_new_superblock(SupaBlockHeader* sb, unsigned char* from, std::int32_t idx,
                                                    std::uint32_t body) {
-  SupaBlockHeader* fresh = make_superblock(body);
+  auto fresh = std::make_unique<SupaBlockHeader>(static_cast<std::int32_t>(body));
+  commission_superblock(fresh.get());
+  reserve_in_list();
   impact_all(*sb, from, idx);
 
   const auto tail = static_cast<std::uint32_t>(*sb->fBody + sb->fUsed - from);
@@ -119,22 +124,8 @@ SupaBlockHeader* SupaBlock::move_to_new_superblock(SupaBlockHeader* sb, unsigned
   sb->fUsed -= tail;
   MemAllocator::zero(from, tail);
   fLasts[at] = sb->fLast;
-  list_superblock(at + 1, fresh);
-  return fresh;
-}
-
-/// A superblock with a body of `body` bytes, which list_superblock takes without failing. One that is never listed, for
-/// a callback threw, stays behind unused.
-SupaBlockHeader* SupaBlock::make_superblock(std::uint32_t body) {
-  reserve_in_list();
-  SupaBlockHeader* sb = &fHeaders.emplace_back(static_cast<std::int32_t>(body));
-  try {
-    commission_superblock(sb);
-  } catch (...) {
-    fHeaders.pop_back();
-    throw;
-  }
-  return sb;
+  list_superblock(at + 1, std::move(fresh));
+  return fSuperBlocks[at + 1].get();
 }
 
 /// Makes room for one more superblock, so that listing it can't fail.
@@ -144,9 +135,9 @@ void SupaBlock::reserve_in_list() {
   if (needed > fLasts.capacity()) fLasts.reserve(needed * 2);
 }
 
-void SupaBlock::list_superblock(std::size_t at, SupaBlockHeader* sb) {
+void SupaBlock::list_superblock(std::size_t at, std::unique_ptr<SupaBlockHeader> sb) {
   fLasts.insert(fLasts.begin() + static_cast<std::ptrdiff_t>(at), sb->fLast);
-  fSuperBlocks.insert(fSuperBlocks.begin() + static_cast<std::ptrdiff_t>(at), sb);
+  fSuperBlocks.insert(fSuperBlocks.begin() + static_cast<std::ptrdiff_t>(at), std::move(sb));
 }
 
 /// Gives `sb` a body of `size` bytes, at most the largest there is. Requires: `size` is above the body's size.
@@ -155,10 +146,12 @@ void SupaBlock::grow_body(SupaBlockHeader* sb, std::uint64_t size) {
   sb->fBody.resize(static_cast<std::uint32_t>(std::min(size, LARGEST_BODY)));
 }
 
-/// Empties the directory of `sb`, with room for the first entry if there will be any.
+/// Gives `sb` an empty directory, or none, as the flags say.
 void SupaBlock::commission_superblock(SupaBlockHeader* sb) {
-  sb->fDirectory.clear();
-  if (has_directories()) sb->fDirectory.reserve(1);
+  sb->fDirectory.reset();
+  if ((fFlags & SB_DIRECTORY) == 0) return;
+  sb->fDirectory = std::make_unique<std::vector<std::uint32_t>>();
+  sb->fDirectory->reserve(1);
 }
 
 }  // namespace zqcore27

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "zqcore27/core/memory.h"
@@ -24,8 +25,6 @@ class ZQCORE27_EXPORT SupaBlockHeader {
   SupaBlockHeader();
   /// A body of `size` bytes, an unsigned number, all 0. Errors: MemError::HEAP_EXHAUSTED.
   explicit SupaBlockHeader(std::int32_t size);
-  SupaBlockHeader(const SupaBlockHeader&) = delete;
-  SupaBlockHeader& operator=(const SupaBlockHeader&) = delete;
   ~SupaBlockHeader();
 
   /// The capacity in bytes.
@@ -43,10 +42,10 @@ class ZQCORE27_EXPORT SupaBlockHeader {
   /// True if the range ends below key.fFirst.
   bool operator<(const SupaBlockHeader& key) const { return fFirst <= key.fFirst && fLast < key.fFirst; }
 
-  std::int32_t fFirst = 0;                // index of the first block
-  std::int32_t fLast = -1;                // index of the last block; fFirst - 1 when all blocks have been deleted
-  std::uint32_t fUsed = 0;                // bytes of the body that blocks take
-  std::vector<std::uint32_t> fDirectory;  // stays empty when the store keeps none
+  std::int32_t fFirst = 0;  // index of the first block
+  std::int32_t fLast = -1;  // index of the last block; fFirst - 1 when all blocks have been deleted
+  std::uint32_t fUsed = 0;  // bytes of the body that blocks take
+  std::unique_ptr<std::vector<std::uint32_t>> fDirectory;  // null when the store keeps none
   MemResizable fBody;
 };
 

@@ -22,7 +22,8 @@ void SupaBlock::impact_all(SupaBlockHeader& sb, unsigned char* at, std::int32_t 
 
 /// Drops the entries from that of `idx` on; with null and -1 all of them.
 void SupaBlock::impact_directory(SupaBlockHeader& sb, unsigned char* at, std::int32_t idx) {
-  std::vector<std::uint32_t>& directory = sb.fDirectory;
+  if (sb.fDirectory == nullptr) return;
+  std::vector<std::uint32_t>& directory = *sb.fDirectory;
   if ((at == nullptr && idx == -1) || idx <= sb.fFirst) {
     directory.clear();
     return;

@@ -165,11 +165,10 @@ void SupaBlock::renumber(const SupaBlockHeader& sb, std::int32_t by) {
   fSuperBlocks[at]->fLast += by;
   std::for_each(fLasts.begin() + static_cast<std::ptrdiff_t>(at), fLasts.end(),
                 [by](std::int32_t& last) { last += by; });
-  std::for_each(fSuperBlocks.begin() + static_cast<std::ptrdiff_t>(at) + 1, fSuperBlocks.end(),
-                [by](SupaBlockHeader* later) {
-                  later->fFirst += by;
-                  later->fLast += by;
-                });
+  std::for_each(fSuperBlocks.begin() + static_cast<std::ptrdiff_t>(at) + 1, fSuperBlocks.end(), [by](auto& later) {
+    later->fFirst += by;
+    later->fLast += by;
+  });
 }
 
 }  // namespace zqcore27
