@@ -6,13 +6,12 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <latch>
 #include <map>
 #include <random>
-#include <thread>
 #include <vector>
 
 #include "tests/catalogue/catalogue_fixture.h"
+#include "tests/support/at_once.h"
 
 namespace {
 
@@ -78,11 +77,11 @@ TEST_F(CStrFileTest, RefusesWhatIsUnfit) {
 }
 
 TEST_F(CStrFileTest, TakesHandlesAsUnsignedAndAnyVersionForAnEmptyOne) {
-  std::string bytes = ofPages(1);
-  bytes[20] = '9';
-  write("other.cst", bytes);
-  EXPECT_EQ(utf8(CStrFile(nullptr, named("other.cst")).get(0x1000)), "1");
-  EXPECT_NE(failureOf([] { CStrFile(nullptr, named("other.cst"), String("9.1")); }), "");
+  CatalogueBuilder other;
+  other.version = "9.7.A";
+  other.texts = {{1, u"1"}};
+  write("other.cst", other.bytes());
+  EXPECT_EQ(utf8(CStrFile(nullptr, named("other.cst")).get(1)), "1");
   write(NAME, {{0x7FFFFFFF, u"low"}, {0xC2000106, u"high"}});
   CStrFile file(nullptr, named(NAME));
   EXPECT_EQ(utf8(file.get(0x7FFFFFFF)), "low");
@@ -99,21 +98,15 @@ TEST_F(CStrFileTest, FindsEveryTextAndKeepsItInPlace) {
   write(NAME, b.bytes());
   CStrFile file(nullptr, named(NAME), String("2.7.A"));  // its pages are read by whichever thread comes first
   std::map<std::uint32_t, const std::uint16_t*> places[4];
-  std::latch ready(4);
-  std::vector<std::jthread> threads;
-  for (auto& mine : places) {
-    threads.emplace_back([&, seed = &mine - places] {
-      std::vector<std::uint32_t> handles;
-      for (const auto& [handle, text] : b.texts) handles.push_back(handle);
-      std::shuffle(handles.begin(), handles.end(), std::mt19937(static_cast<unsigned>(seed)));
-      ready.arrive_and_wait();
-      for (const std::uint32_t handle : handles) {
-        mine[handle] = file.get(handle);
-        EXPECT_EQ(utf8(mine[handle]), utf8(String(b.texts.at(handle)))) << handle;
-      }
-    });
-  }
-  threads.clear();
+  atOnce(4, [&](int t) {
+    std::vector<std::uint32_t> handles;
+    for (const auto& [handle, text] : b.texts) handles.push_back(handle);
+    std::shuffle(handles.begin(), handles.end(), std::mt19937(static_cast<unsigned>(t)));
+    for (const std::uint32_t handle : handles) {
+      places[t][handle] = file.get(handle);
+      EXPECT_EQ(utf8(places[t][handle]), utf8(String(b.texts.at(handle)))) << handle;
+    }
+  });
   for (const auto& each : places) EXPECT_EQ(each, places[0]);
 }
 

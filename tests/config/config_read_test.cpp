@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
+#include <cstdlib>
 
 #include "tests/config/sources.h"
 #include "zqcore27/errors/cstr.h"
@@ -79,10 +80,17 @@ TEST(ConfigReadTest, TypedReaders) {
 }
 
 TEST(ConfigReadTest, NumbersHaveAPointInEveryLocale) {
+  // None with a comma may be installed, so the test has its own; the other categories, which are missing, don't matter.
+  const TempDir dir;
+  const std::string source =
+      dir.write("source", "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \"\"\nEND LC_NUMERIC\n");
+  const std::string compile =
+      "localedef --quiet --force -i '" + source + "' '" + dir / "comma" + "' 2>'" + dir / "log'";
+  if (std::system(compile.c_str()) == 127 << 8) GTEST_SKIP() << "there is no localedef";
   const std::string before = std::setlocale(LC_NUMERIC, nullptr);
-  if (std::setlocale(LC_NUMERIC, "de_DE.UTF-8") == nullptr && std::setlocale(LC_NUMERIC, "fr_FR.UTF-8") == nullptr) {
-    GTEST_SKIP() << "no locale with a comma is installed";
-  }
+  ::setenv("LOCPATH", dir.path().c_str(), 1);
+  ASSERT_NE(std::setlocale(LC_NUMERIC, "comma"), nullptr) << dir.read("log");
+  ::unsetenv("LOCPATH");
   EXPECT_EQ(*std::localeconv()->decimal_point, ',');
   EXPECT_EQ(Source(Kind::STRING, "1.5")->getFp(), 1.5);
   std::setlocale(LC_NUMERIC, before.c_str());
@@ -179,11 +187,6 @@ TEST(ConfigReadTest, DecryptionAndItsMarker) {
     // The led in line feeds, and with them the wrapping, show in the count: one more in front, none lost.
     EXPECT_EQ(config.charactersProcessed(), honour ? plain.size() : plain.size() + 1);
   }
-  const BytesFile file("!x\n" + armoured("b") + "\n" + armoured("") + "\n\n\r\n" + armoured("c \xC3\xA9") + "\nz0\nd");
-  Config config(file.locator());
-  config.enableDecryption(7, false);
-  config.setUTF8(true);
-  EXPECT_EQ(allTokens(config), "K(b) <EOS> K(c) K(\u00E9) <EOS> K(z0) <EOS> K(d) <EOS> <EOF>");
 }
 
 TEST(ConfigReadTest, AnUnreadableStreamIsAnEmptyText) {

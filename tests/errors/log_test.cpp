@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <latch>
 #include <numeric>
 #include <regex>
 #include <sstream>
@@ -13,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/at_once.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/text.h"
 #include "zqcore27/errors/cstr.h"
@@ -230,21 +230,15 @@ TEST(LineLogListenerTest, ManyThreadsLogWholeLines) {
   std::ostream out(&buffer);
   StreamLogListener stream(out);
   RecentLogListener recent(THREADS * MESSAGES);
-  std::latch ready(THREADS);  // so that all of them log at once
-  std::vector<std::jthread> threads;
-  for (int t = 0; t < THREADS; ++t) {
-    threads.emplace_back([&, t] {
-      ready.arrive_and_wait();
-      for (int i = 0; i < MESSAGES; ++i) {
-        const String text((std::to_string(t) + " " + std::to_string(i)).c_str());
-        stream.setVerbosity(VERBOSITY_DEBUG);
-        stream.log(text, VERBOSITY_DEBUG);
-        recent.log(text, VERBOSITY_DEBUG);
-        EXPECT_TRUE(i % 16 != 0 || (recent.count() != 0 && recent.text().size() != 0 && stream.lost() == 0));
-      }
-    });
-  }
-  threads.clear();  // waits for them
+  atOnce(THREADS, [&](int t) {
+    for (int i = 0; i < MESSAGES; ++i) {
+      const String text((std::to_string(t) + " " + std::to_string(i)).c_str());
+      stream.setVerbosity(VERBOSITY_DEBUG);
+      stream.log(text, VERBOSITY_DEBUG);
+      recent.log(text, VERBOSITY_DEBUG);
+      EXPECT_TRUE(i % 16 != 0 || (recent.count() != 0 && recent.text().size() != 0 && stream.lost() == 0));
+    }
+  });
   for (const std::string& log : {buffer.str(), utf8(recent.text())}) {
     int next[THREADS] = {}, t = 0, i = -1;
     std::istringstream in(untimed(log));

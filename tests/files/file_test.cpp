@@ -12,8 +12,8 @@
 #include <string>
 #include <string_view>
 #include <thread>
-#include <vector>
 
+#include "tests/support/at_once.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/text.h"
 #include "zqcore27/errors/string_error.h"
@@ -205,17 +205,13 @@ TYPED_TEST(AnyFileTest, LockedReadsAreWholeAmongThreads) {
   TypeParam& file = this->fFile;
   ASSERT_TRUE(this->open(this->dir.write("records", content), 17));
   std::atomic<unsigned int> good = 0;
-  std::vector<std::jthread> threads;
-  for (unsigned int t = 0; t < 4; ++t) {
-    threads.emplace_back([&, t] {
-      std::string read(RECORD, '\0');
-      for (unsigned int i = 0; i < ROUNDS; ++i) {
-        const unsigned int n = (i * 5 + t * 3) % RECORDS;
-        good += file.lockedSeekAndRead(n * RECORD, START, read.data(), RECORD) && read == record(n);
-      }
-    });
-  }
-  threads.clear();
+  atOnce(4, [&](unsigned int t) {
+    std::string read(RECORD, '\0');
+    for (unsigned int i = 0; i < ROUNDS; ++i) {
+      const unsigned int n = (i * 5 + t * 3) % RECORDS;
+      good += file.lockedSeekAndRead(n * RECORD, START, read.data(), RECORD) && read == record(n);
+    }
+  });
   EXPECT_EQ(good, 4 * ROUNDS);
   EXPECT_TRUE(file.lockedSeekAndRead(3, START, content.data(), 0));
   EXPECT_EQ(file.getError(), 0);

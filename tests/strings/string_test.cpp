@@ -5,7 +5,6 @@
 #include <set>
 #include <string>
 #include <string_view>
-#include <tuple>
 #include <utility>
 
 #include "tests/support/text.h"
@@ -59,17 +58,11 @@ TEST(StringTest, BlocksAreExactAndKept) {
 }
 
 TEST(StringTest, ASourceInTheOwnBlockWorks) {
-  String s("abc");
-  for (int i = 0; i < 3; ++i) s += s;
-  s = s.begin() + 20;
-  EXPECT_EQ(utf8(s), "cabc");
+  String s("abc"), bytes(u"\u6261\u6463");  // "abcd" in the bytes of a little-endian machine
   s += s.begin() + 1;
   s = *&s;
   s = std::move(*&s);
-  EXPECT_EQ(s.replace(s, s), 1);
-  EXPECT_EQ(s.replace(String("a"), s), 2);
-  EXPECT_EQ(utf8(s), "ccabcabcbccabcabcbc");
-  String bytes(u"\u6261\u6463");  // "abcd" in the bytes of a little-endian machine
+  EXPECT_EQ(utf8(s), "abcbc");
   bytes = reinterpret_cast<const char*>(*bytes);
   EXPECT_EQ(utf8(bytes), "abcd");
 }
@@ -111,39 +104,13 @@ TEST(StringTest, WhatEndsShrinksFailsOrMovesLeavesText) {
   EXPECT_EQ(many.size(), 65536u);
 }
 
-TEST(StringTest, ComparisonSubtractsTheStoredUnitsSecondMinusFirst) {
-  static constexpr struct {
-    int line;
-    const char16_t *a, *b;
-    int exact, folded;
-  } ROWS[] = {{__LINE__, u"abc", u"ABC", 65 - 97, 0},
-              {__LINE__, u"a", u"B", 66 - 97, 66 - 97},
-              {__LINE__, u"ab", u"a", -98, -98},
-              {__LINE__, u"a", u"ab", 98, 98},
-              {__LINE__, u"", u"", 0, 0},
-              {__LINE__, u"i\u0130\u0131I", u"\u0131Ii\u0130", 0x131 - 'i', 0},
-              {__LINE__, u"\u03C3", u"\u03C2", -1, 0},
-              {__LINE__, u"\uFFFF", u"a", 'a' - 0xFFFF, 'a' - 0xFFFF}};
-  for (const auto& row : ROWS) {
-    SCOPED_TRACE(row.line);
-    const String a(row.a), b(row.b);
-    EXPECT_EQ(a.compare(a.begin(), b.begin(), false), row.exact);
-    EXPECT_EQ(a.compare(a.begin(), b.begin(), true), row.folded);
-    EXPECT_EQ(a == b, row.folded == 0);
-    EXPECT_EQ(a != row.b, row.folded != 0);
-    EXPECT_EQ(a < b, row.folded < 0);
-    EXPECT_EQ(std::hash<String>()(a) == std::hash<String>()(b), row.folded == 0);
-    EXPECT_EQ(StringLess()(a, b) || StringLess()(b, a), row.folded != 0);
-  }
-  EXPECT_TRUE(String("a") == String(wide(u"a\0b"), 3));  // comparison ends at a zero unit
-  EXPECT_EQ(utf8(*std::set<String, StringLess>{"b", "A", "a", "C"}.begin()), "A");
-}
-
 TEST(StringTest, OperatorsOfAHostAreNotAmbiguous) {
   String s("abc");
   std::uint16_t* mutableUnits = s.begin();
   EXPECT_TRUE(s == mutableUnits && mutableUnits == s && !(s != mutableUnits));
   EXPECT_TRUE(s == "ABC" && s == u"abc" && s != nullptr && String() == nullptr);
+  EXPECT_TRUE(String("abd") < s && !(s < "abd") && !(s < "ABC")) << "compare is second minus first";
+  EXPECT_EQ(utf8(*std::set<String, StringLess>{"b", "A", "a", "C"}.begin()), "A");
   EXPECT_TRUE(s[1L] == 'b' && s[1] == 'b' && s[1u] == 'b' && s[std::size_t{1}] == 'b');
 }
 
@@ -171,55 +138,29 @@ TEST(NatStringTest, CountsItsTerminatorAsWideStringDoes) {
   EXPECT_EQ(state(copy), "|0|0");
 }
 
-TEST(StringSearchTest, TheEndsOfATextAndZeroUnits) {
-  const String text("abab"), empty, zero(wide(u"a\0b"), 3);
-  const auto next = [&](std::uint16_t c, unsigned from, bool fold) { return text.locateNext(c, from, fold); };
-  EXPECT_EQ(text.locateFirst('B', true), 1u);
-  EXPECT_EQ(std::tuple(next('b', 1, false), next('b', 2, false), next('A', 3, true)), std::tuple(1, 3, -1u));
-  EXPECT_EQ(std::tuple(next(0, 0, false), next(0, 4, false), next('B', 0, false)), std::tuple(4, -1u, -1u));
-  EXPECT_EQ(std::tuple(text.locateLast('B', true), text.locateLast('B', false), text.locateLast(0, false)),
-            std::tuple(3, -1u, -1u));
-  EXPECT_EQ(std::tuple(empty.locateNext(0, 0, false), empty.locateLast(0, true)), std::tuple(-1u, -1u));
-  const auto find = [&](const char16_t* part, int from, bool fold) {
-    const std::uint16_t* const found = text.findNext(String(part), text.begin() + from, fold);
-    return found == nullptr ? -1 : found - text.begin();
-  };
-  EXPECT_EQ(std::tuple(find(u"ab", -1, false), find(u"ab", 5, false), find(u"ab", 4, false)), std::tuple(-1, -1, -1));
-  EXPECT_EQ(std::tuple(find(u"ab", 1, false), find(u"BA", 0, true), find(u"BA", 0, false)), std::tuple(2, 1, -1));
+// What a search finds otherwise, and what changes make of a text, is held against plain loops by a fuzz target.
+TEST(StringSearchTest, EndsOfTextsAndOfBlocks) {
+  const String text("abab"), part("ab");
+  for (const int from : {-1, 4, 5}) EXPECT_EQ(text.findNext(part, text.begin() + from, false), nullptr) << from;
   EXPECT_EQ(text.find(NO_UNITS, false), nullptr);
-  EXPECT_EQ(text.find(String("b"), false), text.begin() + 1);
-  EXPECT_EQ(zero.find(String("b"), false), nullptr);  // the text ends at a zero unit
+  EXPECT_EQ(text.locateNext(0, 4, false), String::NOT_FOUND);
   String zeros(wide(u"a\0bc\0"), 5);
   EXPECT_EQ(zeros.replace(String("x"), String("y")), 0);
   EXPECT_EQ(zeros.size(), 5u);
   zeros.resize(42);  // room behind the text
   EXPECT_EQ(zeros.replace(String("b"), String("y")), 1);
-  EXPECT_EQ(blockSize(zeros), 8u);
-  EXPECT_EQ(utf8(zeros), "ayc");
-}
+  EXPECT_EQ(state(zeros), "ayc|3|8");
 
-TEST(StringSearchTest, EditsAndTests) {
-  String empty, source("source"), s(wide(u"aB\0z"), 4);
+  String empty, source("source"), s("aBcz");
   empty.toUpper();
   empty.toLower();
   empty.replaceChars(0, 'x');
   empty.copyMax(source, 3);
   EXPECT_EQ(empty.begin(), strNULL);
   EXPECT_EQ(strNULL[0], 0);
-  s.toUpper();
-  EXPECT_EQ(utf8(s), std::string("AB\0Z", 4));
-  s.toLower();
-  s.replaceChars(0, '-');
-  EXPECT_EQ(utf8(s), "ab-z");
   s.copyMax(source, 2);
-  EXPECT_EQ(utf8(s), "so-z");
-  s.fill(3, 'x');
-  EXPECT_EQ(utf8(s), "xxx");
-  s.fill(3, 0);
-  EXPECT_EQ(s.size(), 0u);
-  EXPECT_TRUE(String().isBlank() && String(" \t\r\n").isBlank() && String(wide(u"\0 "), 2).isBlank());
-  EXPECT_FALSE(String("\v").isBlank());
-  EXPECT_TRUE(String().isNumber() && String("0129").isNumber());
+  EXPECT_EQ(utf8(s), "socz");
+  EXPECT_TRUE(String(" \t\r\n").isBlank() && !String("\v").isBlank() && String("0129").isNumber());
   for (const char16_t* other : {u"/", u":", u"1x", u"\uFF11"}) EXPECT_FALSE(String(other).isNumber());
 }
 

@@ -70,15 +70,5 @@ TEST(PoFileTest, ReadsEntriesWithTheirLines) {
   EXPECT_NE(po.warnings[1].words.find("fuzzy"), std::string::npos);
 }
 
-TEST(PoFileTest, ReadsBackWhatItFormats) {
-  const TempDir dir;
-  const std::vector<PoText> texts = {{0xC2000001, u"a\"b\\c\nd\te\u00071", u"\u00131 {x} \u00138 語"}};
-  const PoFile po = readPoFile(dir.write("a.po", formatPo(texts, "ja")));
-  ASSERT_TRUE(po.faults.empty()) << po.faults[0].words;
-  ASSERT_EQ(po.entries.size(), 1u);
-  EXPECT_EQ(po.entries[0].english, texts[0].english);
-  EXPECT_EQ(po.entries[0].text, texts[0].text);
-}
-
 }  // namespace
 }  // namespace zqtool
