@@ -11,7 +11,6 @@
 
 #include "tests/catalogue/catalogue_fixture.h"
 #include "zqcore27/catalogue/cstr_enterprise.h"
-#include "zqcore27/errors/mem_error.h"
 
 namespace {
 
@@ -117,6 +116,8 @@ TEST_F(EntCStrFileTest, TheListGrowsByWhatIsNewOnly) {
   CStr* users = gCore->getCStr(0x401, nullptr, String());
   ASSERT_NE(users, nullptr);
   EXPECT_EQ(utf8(users->get(0x04010001)), "strings_401__de.cst");
+  const CStrEnterprise inUsersLanguage(nullptr, String(), nullptr);
+  EXPECT_EQ(utf8(CStrEnterprise(inUsersLanguage).get(0x04010001)), "strings_401__de.cst");
   for (const char* same : {"", "deu", "de", "DE"}) EXPECT_EQ(gCore->getCStr(0x401, nullptr, String(same)), users);
   CStr* french = gCore->getCStr(0x401, nullptr, String("fr"));
   EXPECT_EQ(utf8(french->get(0x04010001)), "strings_401__en.cst");
@@ -167,16 +168,6 @@ TEST_F(EntCStrFileTest, ACoreWithoutAHolderCountsAsNone) {
   EXPECT_EQ(textOf(german, 0x04050001), "strings_405_.cst");
   gCore = own;
   bare->unuse();
-}
-
-TEST_F(EntCStrFileTest, AnErrorIsWordedInTheReadersLanguage) {
-  write("strings_403__deu.cst", {{0xC4030001, u"\u00131 fehlt"}});
-  MemError error(0xC4030001, false);
-  error.addInsert(String("alles"));
-  CStrEnterprise german(nullptr, String("extra"), nullptr);
-  EXPECT_EQ(utf8(error.description(&german)), "alles fehlt");
-  CStrEnterprise copy(german);
-  EXPECT_EQ(utf8(MemError(0xC4040001, false).description(&copy)), "Error in obtaining description of previous error.");
 }
 
 }  // namespace

@@ -42,21 +42,17 @@ TEST(ConfigFileTest, UTF8IsSetBehindTheLook) {
 }
 
 TEST(ConfigFileTest, ARefusedByteLosesNothingButItself) {
-  static constexpr const char* ROWS[][2] = {
-      {"a \xFF z\n", "!122 K(a) K(z) <EOS> <EOF>"},
-      {"1 \"a\"\xFF\"b\"\n", "I(1) !122 S(a) S(b) <EOS> <EOF>"},
-      {"1 'a'\xFF'b'\n", "I(1) !122 K('a') K('b') <EOS> <EOF>"},
-      {"1 'a''b\xFFz'\n", "I(1) !122 I('a'b) K(z) !10a(') <EOS> <EOF>"},
-      {"1=\xFF z\n", "I(1) !122 = K(z) <EOS> <EOF>"},
-      {"1 *\xFF*z\n", "I(1) !122 I(*) K(*z) <EOS> <EOF>"}};  // no separator by itself
+  constexpr Config::SeparatorType SEPARATORS = Config::SEP_EQUALS | Config::SEP_EQUALS_EQUALS | Config::SEP_STAR_STAR;
+  static const TokensRow ROWS[] = {
+      {__LINE__, SEPARATORS, "a \xFF z\n", "!122 K(a) K(z) <EOS> <EOF>"},
+      {__LINE__, SEPARATORS, "1 \"a\"\xFF\"b\"\n", "I(1) !122 S(a) S(b) <EOS> <EOF>"},
+      {__LINE__, SEPARATORS, "1 'a'\xFF'b'\n", "I(1) !122 K('a') K('b') <EOS> <EOF>"},
+      {__LINE__, SEPARATORS, "1 'a''b\xFFz'\n", "I(1) !122 I('a'b) K(z) !10a(') <EOS> <EOF>"},
+      {__LINE__, SEPARATORS, "1=\xFF z\n", "I(1) !122 = K(z) <EOS> <EOF>"},
+      {__LINE__, SEPARATORS, "1 *\xFF*z\n", "I(1) !122 I(*) K(*z) <EOS> <EOF>"}};  // no separator by itself
+  static constexpr Kind KINDS[] = {Kind::PLAIN_FILE, Kind::ARMOURED_FILE};
   setACPid(65001);
-  for (const auto& [text, tokens] : ROWS) {
-    for (const Kind kind : {Kind::PLAIN_FILE, Kind::ARMOURED_FILE}) {
-      Source source(kind, text);
-      source->enableSeparators(Config::SEP_EQUALS | Config::SEP_EQUALS_EQUALS | Config::SEP_STAR_STAR);
-      EXPECT_EQ(allTokens(*source), tokens) << text;
-    }
-  }
+  expectTokens(ROWS, KINDS);
   Source decrypted(Kind::PLAIN_FILE, "y\xFFz\nghi\n");
   decrypted->enableDecryption(0, false);
   EXPECT_EQ(allTokens(*decrypted), "!122  K(yz) <EOS> K(ghi) <EOS> <EOF>");
@@ -67,15 +63,14 @@ TEST(ConfigFileTest, ARefusedByteLosesNothingButItself) {
 }
 
 TEST(ConfigFileTest, AByteOfOneEndsTheText) {
-  static const std::string ROWS[][2] = {{"a !comment \x01\nb\n", "K(a) <EOF>"},
-                                        {"a & dropped \x01\nb\n", "K(a) <EOF>"},
-                                        {"'a\x01'\nb\n", "!10d('a) <EOF>"},
-                                        {"\"a\x01\"\nb\n", "!10d(a) <EOF>"},
-                                        {"word \x01 lost\n", "K(word) !110(" + std::string(1024, '\x01') + ") <EOF>"}};
-  for (const auto& [text, tokens] : ROWS) {
-    Source source(Kind::PLAIN_FILE, text);
-    EXPECT_EQ(allTokens(*source), tokens);
-  }
+  static const TokensRow ROWS[] = {
+      {__LINE__, Config::SEP_DEFAULT, "a !comment \x01\nb\n", "K(a) <EOF>"},
+      {__LINE__, Config::SEP_DEFAULT, "a & dropped \x01\nb\n", "K(a) <EOF>"},
+      {__LINE__, Config::SEP_DEFAULT, "'a\x01'\nb\n", "!10d('a) <EOF>"},
+      {__LINE__, Config::SEP_DEFAULT, "\"a\x01\"\nb\n", "!10d(a) <EOF>"},
+      {__LINE__, Config::SEP_DEFAULT, "word \x01 lost\n", "K(word) !110(" + std::string(1024, '\x01') + ") <EOF>"}};
+  static constexpr Kind KINDS[] = {Kind::PLAIN_FILE};
+  expectTokens(ROWS, KINDS);
   // Decrypted, it closes its line and the text.
   Source decrypted(Kind::PLAIN_FILE, "word \x01 lost\n");
   decrypted->enableDecryption(0, false);

@@ -7,15 +7,8 @@ namespace {
 constexpr Config::SeparatorType DEFAULT = Config::SEP_DEFAULT;
 constexpr Config::SeparatorType ALL = 0x3FFFFFF;
 
-struct Row {
-  int line;
-  Config::SeparatorType separators;
-  const char* text;
-  const char* tokens;
-};
-
 TEST(ConfigTokenTest, EverySourceGivesTheSameTokens) {
-  static constexpr Row ROWS[] = {
+  static const TokensRow ROWS[] = {
       {__LINE__, DEFAULT, "", "<EOF>"},
       {__LINE__, DEFAULT, "\n\n | \r\n!only a comment\n", "<EOF>"},
       // Statements, comments, continuations.
@@ -54,20 +47,12 @@ TEST(ConfigTokenTest, EverySourceGivesTheSameTokens) {
       {__LINE__, DEFAULT, "\"a\x02z\n\"\x7F\" \n", "!10d(a) K(z) <EOS> !10d() !109( ) <EOS> <EOF>"},
       {__LINE__, DEFAULT, "'a\tb'\n", "!10d('a) K(b) !10a(') <EOS> <EOF>"},
   };
-  for (const Row& row : ROWS) {
-    for (const Kind kind : ALL_KINDS) {
-      SCOPED_TRACE(testing::Message() << "row of line " << row.line << ", source " << static_cast<int>(kind));
-      Source source(kind, row.text);
-      EXPECT_EQ(source->getError(), Config::ERR_NONE);
-      source->enableSeparators(row.separators);
-      EXPECT_EQ(allTokens(*source), row.tokens);
-    }
-  }
+  expectTokens(ROWS, ALL_KINDS);
 }
 
 // The syntax is settled on the raw first character: the armoured lines stand behind a plain one.
 TEST(ConfigTokenTest, HashSyntaxOfFiles) {
-  static constexpr Row ROWS[] = {
+  static const TokensRow ROWS[] = {
       {__LINE__, DEFAULT, "a#b\nc # d\n!e\n", "K(a) <EOS> K(c) <EOS> <EOF>"},
       {__LINE__, ALL, "a#b\n", "# <EOS> K(a) # K(b) <EOS> <EOF>"},
       {__LINE__, DEFAULT, "\"a\"\"b\"\n", "S(a) S(b) <EOS> <EOF>"},
@@ -81,19 +66,10 @@ TEST(ConfigTokenTest, HashSyntaxOfFiles) {
       {__LINE__, DEFAULT, "\"\\x", "!10c() <EOF>"},  // and here the end of the text
       {__LINE__, DEFAULT, "'a\\n' a\\b\n", "K('a\\n') K(a\\b) <EOS> <EOF>"},
   };
-  for (const Row& row : ROWS) {
-    for (const bool armour : {false, true}) {
-      SCOPED_TRACE(testing::Message() << "row of line " << row.line << (armour ? ", armoured" : ""));
-      const BytesFile file("#\n" + (armour ? armouredLines(row.text) : row.text));
-      Config config(file.locator());
-      if (armour) config.enableDecryption(0, false);
-      ASSERT_EQ(config.charactersProcessed(), 0u);
-      config.enableSeparators(row.separators);
-      EXPECT_EQ(allTokens(config), row.tokens);
-    }
-  }
-  const BytesFile file("#\n\"a\\x00b\\000\"\n");
-  EXPECT_EQ(utf8(Config(file.locator()).getStr()), std::string("a\0b\0", 4));  // zero units are part of the token
+  static constexpr Kind KINDS[] = {Kind::HASH_FILE, Kind::ARMOURED_HASH_FILE};
+  expectTokens(ROWS, KINDS);
+  EXPECT_EQ(utf8(Source(Kind::HASH_FILE, "\"a\\x00b\\000\"\n")->getStr()),
+            std::string("a\0b\0", 4));  // zero units are part of the token
 }
 
 TEST(ConfigTokenTest, LimitsOfLength) {

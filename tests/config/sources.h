@@ -2,10 +2,13 @@
 
 // Texts for a Config out of each kind of source, and tokens as one line of text.
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <memory>
+#include <span>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -54,10 +57,11 @@ inline std::string armouredLines(std::string_view text) {
   return out;
 }
 
-enum class Kind { STREAM, STRING, PLAIN_FILE, ARMOURED_FILE };
+enum class Kind { STREAM, STRING, PLAIN_FILE, ARMOURED_FILE, HASH_FILE, ARMOURED_HASH_FILE };
 inline constexpr Kind ALL_KINDS[] = {Kind::STREAM, Kind::STRING, Kind::PLAIN_FILE, Kind::ARMOURED_FILE};
 
-/// A Config with all that it reads from.
+/// A Config with all that it reads from. In front of the text, and never armoured, hash files have a line that settles
+/// their syntax.
 class Source {
  public:
   Source(Kind kind, const std::string& text)
@@ -67,9 +71,11 @@ class Source {
     } else if (kind == Kind::STRING) {
       fConfig = std::make_unique<Config>(static_cast<const String&>(fString));
     } else {
-      fFile = std::make_unique<BytesFile>(kind == Kind::ARMOURED_FILE ? armouredLines(text) : text);
+      const bool armour = kind == Kind::ARMOURED_FILE || kind == Kind::ARMOURED_HASH_FILE;
+      const bool hash = kind == Kind::HASH_FILE || kind == Kind::ARMOURED_HASH_FILE;
+      fFile = std::make_unique<BytesFile>((hash ? "#\n" : "") + (armour ? armouredLines(text) : text));
       fConfig = std::make_unique<Config>(fFile->locator());
-      if (kind == Kind::ARMOURED_FILE) fConfig->enableDecryption(0, false);
+      if (armour) fConfig->enableDecryption(0, false);
     }
   }
   Config& operator*() { return *fConfig; }
@@ -114,4 +120,23 @@ inline std::string allTokens(Config& config) {
     }
   }
   return out + " without end";
+}
+
+/// A text, and the tokens that it gives.
+struct TokensRow {
+  int line;
+  Config::SeparatorType separators;
+  std::string text, tokens;
+};
+inline void expectTokens(std::span<const TokensRow> rows, std::span<const Kind> kinds) {
+  for (const TokensRow& row : rows) {
+    for (const Kind kind : kinds) {
+      SCOPED_TRACE(testing::Message() << "row of line " << row.line << ", source " << static_cast<int>(kind));
+      Source source(kind, row.text);
+      EXPECT_EQ(source->getError(), Config::ERR_NONE);
+      EXPECT_EQ(source->charactersProcessed(), 0u);
+      source->enableSeparators(row.separators);
+      EXPECT_EQ(allTokens(*source), row.tokens);
+    }
+  }
 }

@@ -94,15 +94,6 @@ TEST(LogListenerTest, IsAStreamThatDropsItsTextAtTheFlush) {
   EXPECT_EQ(buffer.str(), "17 held ");
   listener << std::endl << std::flush;
   EXPECT_EQ(buffer.str(), "");
-  const std::string large(100000, 'x');  // what the standard library's class does with a text, ours survives
-  std::stringbuf other("other");
-  listener << large;
-  buffer.swap(other);
-  EXPECT_EQ(std::move(other).str(), large);
-  buffer.str(large);
-  listener << "y" << std::string(2 * large.size(), 'y');
-  EXPECT_EQ(std::move(buffer).str(), std::string(2 * large.size() + 1, 'y'));
-  listener << large;  // to be freed with the listener
   EXPECT_TRUE(listener.good() && seen.empty());
 }
 

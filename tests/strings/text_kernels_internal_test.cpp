@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <random>
-#include <set>
 #include <vector>
 
 #include "zqcore27/strings/long_ascii.h"
@@ -114,20 +113,6 @@ TYPED_TEST(TextKernelsTest, ComparisonAndSearchAgreeWithPlainLoops) {
     const std::uint16_t c = this->units(1)[0];
     ASSERT_NO_FATAL_FAILURE((compareAndSearch<false, TypeParam>(text, other, part, c))) << round;
     ASSERT_NO_FATAL_FAILURE((compareAndSearch<true, TypeParam>(text, other, part, c))) << round;
-  }
-}
-
-TEST(CaseMapTest, DirectFormsAndClassesAreThoseOfTheMaps) {
-  std::vector<std::set<std::uint16_t>> classes(0x10000);
-  for (unsigned u = 0; u <= 0xFFFF; ++u) {
-    const auto c = static_cast<std::uint16_t>(u);
-    EXPECT_TRUE(upperOf(c) == UPPER_MAP(c) && lowerOf(c) == LOWER_MAP(c)) << u;
-    classes[UPPER_MAP(c)].insert(c);
-  }
-  for (unsigned u = 0; u <= 0xFFFF; ++u) {
-    const auto c = static_cast<std::uint16_t>(u);
-    const CaseClass units = caseClass(c);
-    EXPECT_EQ(std::set<std::uint16_t>(units.begin(), units.end()), classes[UPPER_MAP(c)]) << u;
   }
 }
 
