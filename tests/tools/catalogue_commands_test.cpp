@@ -15,8 +15,9 @@ std::string entry(const std::string& handle, const std::string& english, const s
 }
 
 TEST_F(CatalogueCommandsTest, TheLibraryReadsWhatWasCompiled) {
-  dir.write("a.po", entry("0xC2010001", "one {1}", "eins {1} {{ {8}") + entry("0xC2010150", "far", "fern") +
-                        entry("0xC2010003", "three", "") + entry("0xC2010004", "語", "語"));
+  dir.write("a.po", entry("0xC2010001", "one {1}", R"(eins {1} {{ {8} \"\\\n\t\0071)") +
+                        entry("0xC2010150", "far", "fern") + entry("0xC2010003", "three", "") +
+                        entry("0xC2010004", "語", "語"));
   EXPECT_EQ(zqtool("catalogue compile a.po -o t.cst"),
             (Outcome{0, "", "a.po:9: warning: 0xC2010003 has no translation; its English text stands in\n"}));
   EXPECT_EQ(fileCount(), 2);
@@ -26,7 +27,7 @@ TEST_F(CatalogueCommandsTest, TheLibraryReadsWhatWasCompiled) {
   locator.setFullName(String("t.cst"));
   CStrFile file(nullptr, locator, gCore->fVersion->fFull);
   gCore->fStringDirectory = nullptr;
-  EXPECT_EQ(utf8(file.get(0xC2010001)), "eins \u00131 { \u00138");
+  EXPECT_EQ(utf8(file.get(0xC2010001)), "eins \u00131 { \u00138 \"\\\n\t\a1");
   EXPECT_EQ(utf8(file.get(0xC2010002)), "");
   EXPECT_EQ(utf8(file.get(0xC2010003)), "three");
   EXPECT_EQ(utf8(file.get(0xC2010004)), "語");
