@@ -81,19 +81,6 @@ TEST(SupaBlockTest, RemembersTheLastHitOfAScan) {
   EXPECT_EQ(Inspector::lastHit(s), nullptr);
 }
 
-/// Notes events, "1..3(5)" for an impact, "+1(6)" for an insert, "-1(4)" for a delete, each with the store's size.
-struct Notes : CallableClass<SupaBlockEvent> {
-  bool call(const SupaBlockEvent& event) override {
-    const bool impact = event.fKind == SupaBlockEvent::SB_EVENT_IMPACT;
-    text += impact ? "" : event.fKind == SupaBlockEvent::SB_EVENT_INSERT ? "+" : "-";
-    text += std::to_string(event.fIndex) + (impact ? ".." + std::to_string(event.fLastIndex) : "");
-    text += "(" + std::to_string(event.fSource->getSize()) + ") ";
-    new SupaBlockIterator(event.fSource, event.fIndex);  // knows no place yet, where one is about to change
-    return false;
-  }
-  std::string text;
-};
-
 TEST(SupaBlockTest, MakesRoomAndTellsOfIt) {
   const auto EASY = hintsOf(0, 16, 0, 0, 0), TO_384 = hintsOf(1000, 16, 0, 0, 0), LOW_96 = hintsOf(200, 16, 4, 8, 0),
              UP_TO_100 = hintsOf(100, 8, 4, 8, 0),  // a target of 48 bytes; bodies grow to 100 and divide then
@@ -158,7 +145,10 @@ TEST(SupaBlockTest, MakesRoomAndTellsOfIt) {
     SCOPED_TRACE(testing::Message() << "row of line " << row.line);
     SupaBlock s(BOTH, row.hints);
     play(s, row.before);
-    Notes notes;
+    EventNotes notes([](const SupaBlockEvent& event) {
+      new SupaBlockIterator(event.fSource, event.fIndex);  // knows no place yet, where one is about to change
+      return std::to_string(event.fSource->getSize());
+    });
     s.registerCallback(&notes, -1);
     notes.text += play(s, row.change);
     EXPECT_EQ(notes.text, row.notes.empty() ? "" : row.notes + " ");

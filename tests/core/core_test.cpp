@@ -8,20 +8,13 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <optional>
 #include <regex>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
-#include "tests/support/catalogue_builder.h"
-#include "tests/support/temp_dir.h"
 #include "tests/support/text.h"
-#include "zqcore27/catalogue/cstr_enterprise.h"
-#include "zqcore27/errors/string_error.h"
-#include "zqcore27/files/file_locator.h"
-#include "zqcore27/threads/thread.h"
 
 namespace {
 
@@ -84,10 +77,6 @@ TEST(OrlanCoreTest, ClearsGCoreWhenItGoes) {
   EXPECT_EQ(gCExceptionFielder, nullptr);  // the host's
 }
 
-struct ShortThread : OrlanThread {
-  void* work(void*) override { return nullptr; }
-};
-
 /// Death tests run in a process of their own, which leaves threads that nobody had the time to join.
 class OrlanCoreDeathTest : public testing::Test {
  protected:
@@ -97,61 +86,6 @@ class OrlanCoreDeathTest : public testing::Test {
     setenv("TSAN_OPTIONS", (std::string(options != nullptr ? options : "") + " report_thread_leaks=0").c_str(), 1);
   }
 };
-
-constexpr std::uint32_t WORDED = 0x04010001;
-constexpr char WORDS[] = "words of a catalogue that must not go while they are read";
-
-/// An error with words: the catalogue's, or the library's own where the core has gone.
-void wordAnError(CStrEnterprise& texts) {
-  const StringError error(WORDED, false);
-  const std::string words = utf8(String(error.description(&texts)));
-  if (words != WORDS && words != "Error in obtaining description of previous error.") std::abort();
-}
-
-void makeALocator() {
-  const FileLocator locator(String("one/two.three"));
-  if (utf8(locator.name()) != "two" || utf8(locator.extension()) != "three") std::abort();
-}
-
-void runAThread() {
-  const JTCHandleT<ShortThread> thread(new ShortThread);
-  thread->start_undetached();
-  thread->join(nullptr);
-}
-
-// The host's threads go on with their work, and start others, while the core goes.
-[[noreturn]] void exitAmongWorkingThreads() {
-  static std::atomic<int> rounds[6];
-  static CStrEnterprise& texts = *new CStrEnterprise(nullptr, String(), nullptr);
-  for (std::atomic<int>& done : rounds) {
-    std::thread([&done, kind = (&done - rounds) % 3] {
-      for (;; done.fetch_add(1), done.notify_all()) {
-        kind == 0 ? wordAnError(texts) : kind == 1 ? makeALocator() : runAThread();
-      }
-    }).detach();
-  }
-  for (std::atomic<int>& done : rounds) {
-    for (int seen = done; seen < 20; seen = done) done.wait(seen);
-  }
-  gCore->use();
-  gCore->unuse();
-  std::exit(0);
-}
-
-TEST_F(OrlanCoreDeathTest, ThreadsMayWorkMeanwhile) {
-  std::optional<TempDir> directory;
-  if (std::getenv("tavio_language") == nullptr) {  // the child has it from its parent
-    CatalogueBuilder catalogue;
-    catalogue.texts[WORDED] = std::u16string(std::begin(WORDS), std::end(WORDS) - 1);
-    directory.emplace().write("strings_401_.cst", catalogue.bytes());
-    setenv("tavio_language", directory->path().c_str(), 1);
-  }
-  for (int run = 0; run < 20; ++run) {
-    SCOPED_TRACE(run);
-    ASSERT_EXIT(exitAmongWorkingThreads(), testing::ExitedWithCode(0), "");
-  }
-  unsetenv("tavio_language");
-}
 
 /// What is written to the stream here arrives behind all exit steps, when the runtime flushes its streams.
 [[noreturn]] void exitAndTellWhetherTheCoreIsThere(bool held) {

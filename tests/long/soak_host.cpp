@@ -10,7 +10,6 @@
 
 #include "tests/long/use_library.h"
 #include "zqcore27/core/core.h"
-#include "zqcore27/threads/thread.h"
 
 namespace {
 
@@ -36,28 +35,12 @@ void usePool(ThreadPool& pool, std::uint32_t operations) {
   }
 }
 
-/// A thread that finds what it stored in the registry.
-class Registered : public OrlanThread {
- public:
-  void* work(void*) override {
-    ThreadRegistry& registry = *gCore->fThreads;
-    registry.setThisThreadContext(this, 0);
-    return registry.depth(id()) != 0 ? registry.getThisThreadContext(0) : nullptr;
-  }
-};
-
 void useRegistry(std::uint32_t operations) {
   ThreadRegistry& registry = *gCore->fThreads;
   for (std::uint32_t i = 0; i < operations; ++i) {
     const std::uint32_t id = registry.registerThread();
     registry.setThisThreadPavo(static_cast<std::uint16_t>(i), id);
     require(registry.depth(0) == 1 && registry.getThisThreadPavo(0) == static_cast<std::uint16_t>(i), "an entry");
-    if (i % 50 == 0) {
-      const JTCHandleT<Registered> thread(new Registered);
-      thread->start_undetached();
-      thread->join(nullptr);
-      ++gThreads;
-    }
     registry.unregisterLIRAThread(id);
     require(registry.depth(id) == 0, "no entry");
   }

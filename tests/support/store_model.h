@@ -7,9 +7,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "zqcore27/blocks/supa_block.h"
@@ -149,6 +151,21 @@ inline std::string play(SupaBlock& s, const std::string& script) {
   }
   return errors;
 }
+/// Notes events: "1..3" for an impact, "+1" for an insert, "-1" for a delete, each with what `look` sees then.
+struct EventNotes : CallableClass<SupaBlockEvent> {
+  using Look = std::function<std::string(const SupaBlockEvent&)>;
+
+  explicit EventNotes(Look l) : look(std::move(l)) {}
+  bool call(const SupaBlockEvent& event) override {
+    const bool impact = event.fKind == SupaBlockEvent::SB_EVENT_IMPACT;
+    text += impact ? "" : event.fKind == SupaBlockEvent::SB_EVENT_INSERT ? "+" : "-";
+    text += std::to_string(event.fIndex) + (impact ? ".." + std::to_string(event.fLastIndex) : "");
+    text += "(" + look(event) + ") ";
+    return false;
+  }
+  Look look;
+  std::string text;
+};
 /// The whole block, padding included; "<none>" where there is none.
 inline std::string textAt(SupaBlock& s, std::int32_t idx) {
   SupaBlockDatum d;

@@ -3,9 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
-#include <mutex>
 
 #include "tests/threads/host_thread.h"
 #include "zqcore27/threads/pool.h"
@@ -17,7 +15,6 @@ struct Story {
   static void* run(FlaggedArg* record) {
     const std::unique_ptr<FlaggedArg> mine(record);
     auto& story = *static_cast<Story*>(record->arg);
-    noteFreed(record);
     if (story.body) story.body(*record->flag);
     count(story.ran);
     return nullptr;
@@ -32,25 +29,11 @@ struct Story {
     ++counter;
     counter.notify_all();
   }
-  /// Counts the record of a story that is about to be freed, by the job or by the pool.
-  static void noteFreed(void* record) {
-    const std::lock_guard hold(sRecordMutex);
-    const auto found = sRecords.find(record);
-    if (found == sRecords.end()) return;
-    ++found->second->freed;
-    sRecords.erase(found);
-  }
-
   /// The id; a refused record is freed here, and under the address sanitizer the pool must not have done so.
   std::uint32_t submitTo(ThreadPool& pool, const ThreadRequester* client, Request::Cleanup cleaner = clean) {
     auto record = std::make_unique<FlaggedArg>(this);
-    {
-      const std::lock_guard hold(sRecordMutex);
-      sRecords[record.get()] = this;
-      ++made;
-    }
     id = pool.addRequestToPool(run, record.get(), client, cleaner, this);
-    id != 0 ? static_cast<void>(record.release()) : noteFreed(record.get());
+    if (id != 0) record.release();
     return id;
   }
   void waitUntilRun() const { ran.wait(0); }
@@ -59,12 +42,7 @@ struct Story {
   std::function<void()> cleanup;
   std::atomic<int> ran{0};  // to its end
   std::atomic<int> cleaned{0};
-  std::atomic<int> made{0}, freed{0};  // records
   std::atomic<std::uint32_t> id{0};
-
- private:
-  static inline std::mutex sRecordMutex;
-  static inline std::map<void*, Story*>& sRecords = *new std::map<void*, Story*>;  // the library frees up to the end
 };
 
 /// A story that keeps a worker busy until it is let go.

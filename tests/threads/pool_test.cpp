@@ -48,7 +48,7 @@ TEST(ThreadPoolTest, ServesIdleWorkersWithoutGrowing) {
     EXPECT_EQ(pool.getMaxNumThreads(), 50);
     for (std::vector<BusyStory>& stories : rounds) {
       while (pool.getNumActThreads() != 0) std::this_thread::yield();
-      for (const std::uint32_t id : ids) waitUntilAsleep(id);
+      for (const std::uint32_t id : ids) waitUntilAsleep(id, 0);
       stories = std::vector<BusyStory>(20);
       for (BusyStory& story : stories) {
         story.body = [&, busy = story.body](Flag& flag) {
@@ -69,13 +69,8 @@ TEST(ThreadPoolTest, ServesIdleWorkersWithoutGrowing) {
     }
     pool.setMaxNumThreads(20);
     for (Story& story : queued) story.submitTo(pool, nullptr);
-    std::atomic<bool> in{false};
-    HostThread client([&] {
-      waiting.submitTo(pool, nullptr);
-      in = true;
-    });
-    client.waitUntilAsleepOr(in);
-    EXPECT_FALSE(in);
+    HostThread client([&] { waiting.submitTo(pool, nullptr); });
+    EXPECT_TRUE(client.isHeldUp());
     for (BusyStory& story : rounds[3]) story.go.open();
   }
   EXPECT_TRUE(numbers.size() == 20 && *numbers.rbegin() == 19);
@@ -127,20 +122,14 @@ TEST(ThreadPoolTest, LeavesNoClientAsleepBehindItsLastWorker) {
 }
 
 TEST(ThreadPoolTest, CancelsByRequestAndByClient) {
-  struct PollingStory : Story {
-    PollingStory() {
-      body = [this](Flag& flag) {
-        begun.open();
-        while (!flag.value()) std::this_thread::yield();
-      };
-    }
-    void begin(ThreadPool& pool, const ThreadRequester* client) {
-      submitTo(pool, client);
-      begun.pass();
-    }
-    Gate begun;
-  } byId, byClient;
+  BusyStory byId, byClient;
   Story dropped, cleaned, left, ofNobody, ofCopy, byCleanup;
+  for (BusyStory* story : {&byId, &byClient}) {
+    story->body = [story](Flag& flag) {
+      story->begun.open();
+      while (!flag.value()) std::this_thread::yield();
+    };
+  }
   left.body = ofNobody.body = ofCopy.body = [](Flag& flag) { EXPECT_FALSE(flag.value()); };
   {
     ThreadPool pool(1, 10);
@@ -203,18 +192,13 @@ TEST(ThreadPoolTest, CountsARequestOnItsWayToTheWorker) {
   first.body = [&](Flag&) { worker = static_cast<WorkerThread*>(OrlanThread::self()); };
   first.submitTo(pool, &client);
   first.waitUntilRun();
-  std::atomic<bool> counted{false};
   std::optional<HostThread> submitter, counter;
   {
     const HeldIdle held(*worker);
     submitter.emplace([&] { story.submitTo(pool, &client); });
     while (pool.getNumActThreads() == 0) std::this_thread::yield();  // it has left the queue
-    counter.emplace([&] {
-      EXPECT_EQ(client.numQueuedRequests(), 0);
-      counted = true;
-    });
-    counter->waitUntilAsleepOr(counted);
-    EXPECT_FALSE(counted);  // which tells only when the request is on one side or the other
+    counter.emplace([&] { EXPECT_EQ(client.numQueuedRequests(), 0); });
+    EXPECT_TRUE(counter->isHeldUp());  // it tells only when the request is on one side or the other
   }
   counter->join();
   EXPECT_EQ(client.numRunningRequests(), 1);
@@ -314,7 +298,6 @@ TEST(ThreadPoolTest, DeliversResultsOfCallables) {
 
 TEST(ThreadPoolTest, OutlivesACancelInTheHostsCode) {
   Gate reached, go;
-  std::atomic<bool> gone{false};
   auto owner = std::make_unique<ThreadPool>(0, 1);  // nobody but the cancel to wait for
   ThreadPool& pool = *owner;
   auto client = std::make_unique<ThreadRequester>(&pool);
@@ -327,12 +310,8 @@ TEST(ThreadPoolTest, OutlivesACancelInTheHostsCode) {
   HostThread canceller([&] { pool.ClearThisRequest(id); });
   reached.pass();
   client.reset();
-  HostThread destructor([&] {
-    owner.reset();
-    gone = true;
-  });
-  destructor.waitUntilAsleepOr(gone);
-  EXPECT_FALSE(gone);
+  HostThread destructor([&] { owner.reset(); });
+  EXPECT_TRUE(destructor.isHeldUp());
   EXPECT_THROW(cancelled.get(), RequestCancelled);
   go.open();
 }
