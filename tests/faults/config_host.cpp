@@ -26,8 +26,6 @@ struct Source {
 };
 Source gPlain, gSecret;
 
-enum class End { WHOLE, NO_MEMORY, CANNOT_OPEN, READ_FAILED };
-
 /// One statement. False at the end of the text.
 bool readStatement(Config& config, std::uint32_t number) {
   char expected[32];
@@ -52,8 +50,8 @@ void requireWords(const FaultRun& run, const Error& e, CStr& cstr, const char* w
   require(text == e.description(nullptr), "the words stay");
 }
 
-/// The error in the middle of the text: what is wrong with it, or that no more of it can be had.
-End endOf(const FaultRun& run, Config& config, const ConfigError& e, std::uint32_t lines, CStr& cstr) {
+/// The error in the middle of the text: what is wrong with it, or that no more of it can be had. True for the former.
+bool isLast(const FaultRun& run, Config& config, const ConfigError& e, std::uint32_t lines, CStr& cstr) {
   if (e.code() == ConfigError::READ_FAILED) {
     require(run.failed(FAULT_READ | FAULT_HEAP), "something was wrong with reading");
     require(config.charactersProcessed() % BLOCK_BYTES == 0, "all that was read has been delivered");
@@ -64,53 +62,51 @@ End endOf(const FaultRun& run, Config& config, const ConfigError& e, std::uint32
     } catch (const ConfigError& again) {
       require(again.code() == e.code(), "the same error");
     }
-    return End::READ_FAILED;
+    return false;
   }
   require(e.code() == ConfigError::UNCLOSED_STRING && lines == LINES, "the one error of the text");
   requireWords(run, e, cstr, "Die Zeichenkette ist nicht geschlossen");
   config.skipLine();
   require(config.nextToken() == Config::EOF_TOKEN && config.checkEOS(), "the end of the text");
-  return End::WHOLE;
+  return true;
 }
 
-End readOpened(const FaultRun& run, Config& config, bool secret, CStr& cstr) {
+/// True for the whole text, as `read`.
+bool readOpened(const FaultRun& run, Config& config, bool secret, CStr& cstr) {
   if (secret) config.enableDecryption(0, false);
   std::uint32_t lines = 0;
   try {
     while (readStatement(config, lines)) ++lines;
     require(secret && lines == SECRET_LINES, "the end of the text");
-    return End::WHOLE;
+    return true;
   } catch (const ConfigError& e) {
-    return endOf(run, config, e, lines, cstr);
+    return isLast(run, config, e, lines, cstr);
   }
 }
 
-End read(const FaultRun& run, const Source& source, CStr& cstr) {
-  End end = End::NO_MEMORY;
+bool read(const FaultRun& run, const Source& source, CStr& cstr) {
+  bool whole = false;
   hadMemory(run, [&] {
     try {
       Config config(FileLocator(String(source.path.c_str())));
-      end = readOpened(run, config, source.secret, cstr);
+      whole = readOpened(run, config, source.secret, cstr);
     } catch (const ConfigError& e) {
-      end = End::READ_FAILED;  // at the first character
-      if (e.code() == ConfigError::READ_FAILED) return;
+      if (e.code() == ConfigError::READ_FAILED) return;  // at the first character
       require(e.code() == ConfigError::CANNOT_OPEN, "the error of a file that can't be had");
       require(run.failed(FAULT_OPEN | FAULT_SEEK | FAULT_THREAD | FAULT_HEAP), "and it couldn't");
       requireWords(run, e, cstr, source.refusal.c_str());
-      end = End::CANNOT_OPEN;
     }
   });
-  return end;
+  return whole;
 }
 
 void road(const FaultRun& run) {
   CStrEnterprise cstr(nullptr, String(), String("de").begin());
   run.start();
-  const End plain = read(run, gPlain, cstr);
-  const End secret = read(run, gSecret, cstr);
+  const bool plain = read(run, gPlain, cstr), secret = read(run, gSecret, cstr);
   run.stop();
   const bool hindered = run.failed(FAULT_HEAP | FAULT_OPEN | FAULT_READ | FAULT_SEEK | FAULT_THREAD);
-  require(hindered || (plain == End::WHOLE && secret == End::WHOLE), "nothing was in the way");
+  require(hindered || (plain && secret), "nothing was in the way");
 }
 
 std::string statement(std::uint32_t number) {

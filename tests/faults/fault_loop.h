@@ -28,10 +28,8 @@ class FaultRun {
 
   /// Whether a call failed, of one of these kinds. A call that was interrupted or cut short is no failure: it has to be
   /// as if nothing had been.
-  bool failed(std::uint32_t kinds = ~0u) const { return !fCalm && ever_failed(kinds); }
-  /// The same, in the run before a calm one too.
-  bool ever_failed(std::uint32_t kinds = ~0u) const {
-    return fMode != FaultMode::INTERRUPTED && fMode != FaultMode::SHORT && (faultsSeen().kinds & kinds) != 0;
+  bool failed(std::uint32_t kinds = ~0u) const {
+    return !fCalm && fMode != FaultMode::INTERRUPTED && fMode != FaultMode::SHORT && (faultsSeen().kinds & kinds) != 0;
   }
   /// Whether all later calls fail as well.
   bool goes_on_failing() const { return !fCalm && fMode == FaultMode::FROM_THEN; }

@@ -84,15 +84,11 @@ class Runner : public OrlanThread {
 [[noreturn]] void endWhileThreadsRun(bool held) {
   static std::atomic<int> running{0};
   if (held) gCore->use();
-  auto* const pool = new ThreadPool(2, 2);  // nobody ends it
+  auto* const pool = new ThreadPool(3, 3);  // nobody ends it
   static Config* config = new Config(FileLocator(String::fromUTF8(gDirectory + "/long.conf")));
   require(config->nextToken() == Config::KEYWORD_TOKEN, "a file whose reader waits");
   auto* const requester = new ThreadRequester(pool);
-  for (int i = 0; i < 2; ++i) {
-    std::thread([] {
-      ++running;
-      for (std::uint32_t n = 0;; ++n) run(n);
-    }).detach();
+  for (int i = 0; i < 3; ++i) {
     std::thread([] {
       ++running;
       for (;;) {  // each registers at its start and its end
