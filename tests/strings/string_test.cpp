@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "tests/support/text.h"
 #include "zqcore27/errors/mem_error.h"
@@ -162,6 +163,34 @@ TEST(StringSearchTest, EndsOfTextsAndOfBlocks) {
   EXPECT_EQ(utf8(s), "socz");
   EXPECT_TRUE(String(" \t\r\n").isBlank() && !String("\v").isBlank() && String("0129").isNumber());
   for (const char16_t* other : {u"/", u":", u"1x", u"\uFF11"}) EXPECT_FALSE(String(other).isNumber());
+}
+
+// What texts give otherwise is held against a decoder of its own by a fuzz target.
+TEST(StringTest, UTF8ComesInBlocksOfExactSizeFromAnySource) {
+  String s(u"x\uA9C3z");  // holds the source that follows
+  s.buildfromUTF8(reinterpret_cast<const unsigned char*>(s.begin() + 1));
+  EXPECT_EQ(utf8(s), "\u00E9z");
+  NatString out;
+  s.toUTF8(out);
+  EXPECT_STREQ(out.begin(), "\u00E9z");
+  EXPECT_EQ(out.MemResizable::size(), 4u);
+  s.buildfromUTF8(nullptr, 0);  // nothing is read
+  EXPECT_EQ(s.begin(), strNULL);
+  EXPECT_EQ(s.size(), 0u);
+  EXPECT_EQ(String::fromUTF8({}).begin(), strNULL);
+  s.buildfromUTF8(reinterpret_cast<const unsigned char*>(""));
+  EXPECT_EQ(s.begin(), strNULL);
+
+  // The prefix before an error stays; the second ends at the end of a block.
+  const std::string block = "0123456789abcdef0123456789abcde";
+  for (const auto& [in, prefix] :
+       {std::pair{std::string("ab\xE2\x82"), std::string("ab")}, {block + "\xC3", block}, {"\xF0\x9F\x98\x80", ""}}) {
+    SCOPED_TRACE(testing::PrintToString(in));
+    const std::vector<unsigned char> exact(in.begin(), in.end());  // so that a sanitizer sees a read past the end
+    EXPECT_THROW(s.buildfromUTF8(exact.data(), static_cast<unsigned>(exact.size())), StringError);
+    EXPECT_EQ(utf8(s), prefix);
+    EXPECT_EQ(s.MemResizable::size(), prefix.empty() ? 0 : 2 * prefix.size() + 2);
+  }
 }
 
 }  // namespace

@@ -82,10 +82,6 @@ TEST_F(ConfigCommandsTest, TokensPrintsOneTokenALine) {
   EXPECT_TRUE(outcome.out.ends_with("\tend\t<EOF>\n")) << outcome.out;
 }
 
-bool isArmour(const std::string& line) {
-  return line[0] == 'z' && std::all_of(line.begin() + 1, line.end(), [](char c) { return c >= 0x30 && c <= 0x6F; });
-}
-
 TEST_F(ConfigCommandsTest, UnscrambleGivesTheTextBack) {
   for (const std::string& text :
        {std::string(), std::string("a\n\nb\r\nno line feed"), std::string("# stays readable\nsecret \"é\"\n"),
@@ -94,7 +90,9 @@ TEST_F(ConfigCommandsTest, UnscrambleGivesTheTextBack) {
     const Outcome scrambled = zqtool("scramble -", text);
     EXPECT_EQ(scrambled.status, 0) << scrambled.err;
     for (const std::string& line : linesOf(scrambled.out)) {
-      EXPECT_TRUE(line.empty() || line[0] == '#' || isArmour(line)) << line;
+      const bool armour = line.starts_with('z') &&
+                          std::all_of(line.begin() + 1, line.end(), [](char c) { return c >= 0x30 && c <= 0x6F; });
+      EXPECT_TRUE(line.empty() || line[0] == '#' || armour) << line;
     }
     EXPECT_EQ(linesOf(scrambled.out).size(), linesOf(text).size());
     EXPECT_EQ(zqtool("unscramble -", scrambled.out).out, text);
