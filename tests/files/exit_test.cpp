@@ -3,10 +3,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/support/temp_dir.h"
@@ -43,6 +47,25 @@ TEST_F(FileAtExitTest, WhatWasAcceptedIsStored) {
   EXPECT_EQ(dir.read("update"), "01xy456789");
   EXPECT_EQ(dir.read("closed"), "abcd");
   EXPECT_EQ(dir.read("made"), "hello");
+}
+
+// What is accepted while the process ends, behind the library's exit step, has to come whole and in order, too.
+TEST_F(FileAtExitTest, AThreadMayGoOnWriting) {
+  const auto child = [&] {
+    File* const file = open("numbers", File::MODE_WRITE);
+    static std::atomic<std::uint32_t> written{0};
+    std::thread([file] {
+      for (std::uint32_t n = 0; file->write(&n, sizeof n); ++n) written = n + 1, written.notify_one();
+    }).detach();
+    for (std::uint32_t n = written; n < 10000; n = written) written.wait(n);
+    std::exit(0);
+  };
+  EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");
+  const std::string bytes = dir.read("numbers");
+  ASSERT_GE(bytes.size() / sizeof(std::uint32_t), 10000u);
+  for (std::uint32_t n = 0; n < bytes.size() / sizeof n; ++n) {
+    ASSERT_EQ(std::memcmp(bytes.data() + n * sizeof n, &n, sizeof n), 0) << n;
+  }
 }
 
 TEST_F(FileAtExitTest, AForkedChildLeavesItsParentsBytes) {
