@@ -79,14 +79,6 @@ TEST_F(EntCStrFileTest, FallsBackFromTheLanguageToEnglish) {
   }
 }
 
-TEST_F(EntCStrFileTest, PassesOverWhatIsUnfit) {
-  writeCatalogue("P__deu.cst", 0, "2.7.B");
-  write("P__de.cst", "cut short");
-  std::filesystem::create_directory(pathOf("P_.cst"));
-  writeCatalogue("P__en.cst");
-  EXPECT_EQ(utf8(EntCStrFile(nullptr, 7, String("deu"), String("P_"), String("2.7.A")).get(1)), "P__en.cst");
-}
-
 TEST_F(EntCStrFileTest, TheCodeIsInTheName) {
   static constexpr struct {
     std::uint32_t handle;
