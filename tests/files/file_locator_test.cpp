@@ -167,9 +167,7 @@ TEST(FileLocatorTest, ListsByExtension) {
   std::filesystem::create_directory(dir / "g.cst");
   FileLocator f(String((dir / "name.cst").c_str()));
   static constexpr const char* ROWS[][2] = {{"cst", ".cst a.cst g.cst \xC3\xA4.cst "},
-                                            {"cst.x", "c.cst.x "},
                                             {"c*", ".cst a.cst c.cst.x f.cs g.cst \xC3\xA4.cst "},
-                                            {"none", ""},
                                             {"", ". .. .cst a.cst b.CST c.cst.x d ecst f.cs g.cst \xC3\xA4.cst "},
                                             {"*", ". .. .cst a.cst b.CST c.cst.x d ecst f.cs g.cst \xC3\xA4.cst "}};
   for (const auto& [extension, names] : ROWS) {
