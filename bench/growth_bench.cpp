@@ -11,9 +11,9 @@
 
 #include "bench/support/input_file.h"
 #include "bench/support/run.h"
+#include "bench/support/tokenise.h"
 #include "zqcore27/blocks/sb_tree.h"
 #include "zqcore27/blocks/supa_block.h"
-#include "zqcore27/config/config.h"
 #include "zqcore27/files/file_locator.h"
 #include "zqcore27/strings/string.h"
 
@@ -37,17 +37,7 @@ void tokenise(benchmark::State& state, std::uint32_t size) {
     for (std::uint32_t written = 0; written < size; written += LINE.size()) file << LINE;
   });
   const FileLocator path(String(input.path().c_str()));
-  for (auto _ : state) {
-    Config config(path);
-    Config::TokenType token;
-    while ((token = config.nextToken()) != Config::EOF_TOKEN) {
-      if (token == Config::EOS_TOKEN) {
-        config.checkEOS();
-      } else {
-        config.releaseToken();
-      }
-    }
-  }
+  for (auto _ : state) tokenise(path);
 }
 
 // A store of `size` blocks of 32 bytes.

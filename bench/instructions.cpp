@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "bench/support/input_file.h"
+#include "bench/support/tokenise.h"
 #include "tests/support/catalogue_builder.h"
 #include "zqcore27/zqcore27.h"
 
@@ -134,17 +135,7 @@ void countFiles() {
     String line;
     for (std::uint32_t i = 0; i < LINES; ++i) file.readLine(line, String::NativeChar);
   });
-  count("config: tokenise a line of 51 bytes", LINES, [&] {
-    Config config(path);
-    Config::TokenType token;
-    while ((token = config.nextToken()) != Config::EOF_TOKEN) {
-      if (token == Config::EOS_TOKEN) {
-        config.checkEOS();
-      } else {
-        config.releaseToken();
-      }
-    }
-  });
+  count("config: tokenise a line of 51 bytes", LINES, [&] { tokenise(path); });
 }
 
 void countFloatsAndLocks() {
