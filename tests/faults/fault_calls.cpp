@@ -116,6 +116,13 @@ void* noted(void* block, void* caller) {
   return block;
 }
 
+// What the C runtime's headers call these functions where file sizes and times have 64 bits, but addresses haven't.
+#ifdef __LP64__
+constexpr char OPEN[] = "open", LSEEK[] = "lseek", READDIR[] = "readdir", FSTAT[] = "fstat";
+#else
+constexpr char OPEN[] = "open64", LSEEK[] = "lseek64", READDIR[] = "readdir64", FSTAT[] = "__fstat64_time64";
+#endif
+
 /// The function that this object hides. The look-up may take memory.
 template <class Function>
 Function* next(const char* name, Function*) {
@@ -188,7 +195,7 @@ int open(const char* path, int flags, ...) {
   va_start(args, flags);
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(args, mode_t) : 0;
   va_end(args);
-  return fails(FAULT_OPEN, EMFILE) ? -1 : next("open", ::open)(path, flags, mode);
+  return fails(FAULT_OPEN, EMFILE) ? -1 : next(OPEN, ::open)(path, flags, mode);
 }
 DIR* opendir(const char* path) { return fails(FAULT_OPEN, EMFILE) ? nullptr : next("opendir", ::opendir)(path); }
 iconv_t iconv_open(const char* to, const char* from) {
@@ -200,7 +207,7 @@ ssize_t read(int descriptor, void* to, size_t n) {
   return moves(FAULT_READ, EIO, n) ? next("read", ::read)(descriptor, to, n) : -1;
 }
 dirent* readdir(DIR* directory) {
-  return gMode != FaultMode::SHORT && fails(FAULT_READ, EIO) ? nullptr : next("readdir", ::readdir)(directory);
+  return gMode != FaultMode::SHORT && fails(FAULT_READ, EIO) ? nullptr : next(READDIR, ::readdir)(directory);
 }
 ssize_t write(int descriptor, const void* from, size_t n) {
   return moves(FAULT_WRITE, ENOSPC, n) ? next("write", ::write)(descriptor, from, n) : -1;
@@ -209,7 +216,7 @@ ssize_t sendmsg(int descriptor, const msghdr* message, int flags) {
   return fails(FAULT_WRITE, ENOBUFS) ? -1 : next("sendmsg", ::sendmsg)(descriptor, message, flags);
 }
 off_t lseek(int descriptor, off_t offset, int origin) {
-  return fails(FAULT_SEEK, EIO) ? -1 : next("lseek", ::lseek)(descriptor, offset, origin);
+  return fails(FAULT_SEEK, EIO) ? -1 : next(LSEEK, ::lseek)(descriptor, offset, origin);
 }
 int close(int descriptor) {
   const int closed = next("close", ::close)(descriptor);
@@ -220,7 +227,7 @@ int closedir(DIR* directory) {
   return fails(FAULT_CLOSE, EIO) ? -1 : closed;
 }
 int fstat(int descriptor, struct stat* status) noexcept {
-  return fails(FAULT_STATUS, EIO) ? -1 : next("fstat", ::fstat)(descriptor, status);
+  return fails(FAULT_STATUS, EIO) ? -1 : next(FSTAT, ::fstat)(descriptor, status);
 }
 ssize_t readlink(const char* path, char* out, size_t room) noexcept {
   return fails(FAULT_STATUS, EIO) ? -1 : next("readlink", ::readlink)(path, out, room);
