@@ -36,8 +36,10 @@ class Block : public MemResizable {
  public:
   using MemResizable::MemResizable;
   void pointAt(const char* constant) { fData = reinterpret_cast<unsigned char*>(const_cast<char*>(constant)); }
+  /// Requires: it has no block.
   void set(const char* bytes) {
-    resize(static_cast<unsigned>(std::strlen(bytes)));
+    fSize = static_cast<unsigned>(std::strlen(bytes));
+    fData = MemAllocator::allocate(fSize);
     std::memcpy(fData, bytes, fSize);
   }
   std::string bytes() const { return {reinterpret_cast<const char*>(fData), fSize}; }
@@ -47,8 +49,8 @@ TEST(MemResizableTest, KeepsWhatFitsAndShowsZerosBehindIt) {
   Block block;
   EXPECT_EQ(block.size(), 0u);
   EXPECT_EQ(*block, nullptr);
-  block.set("abcdefgh");
-  const std::pair<unsigned, std::string> ROWS[] = {{10, std::string("abcdefgh\0\0", 10)},
+  block.set("abcdefghi");
+  const std::pair<unsigned, std::string> ROWS[] = {{12, std::string("abcdefghi\0\0\0", 12)},
                                                    {3, "abc"},
                                                    {3, "abc"},
                                                    {6, std::string("abc\0\0\0", 6)},  // never what stood there
@@ -86,6 +88,7 @@ TEST(MemResizableTest, CopiesOwnTheirBlocksAndMovesTakeThem) {
   a.set("first");
   Block b(a);
   EXPECT_NE(*a, *b);
+  b.resize(0);
   b.set("second");
   EXPECT_EQ(a.bytes(), "first");
   a = b;

@@ -1,6 +1,6 @@
 #pragma once
 
-// Internal: what is asked of the heap for the block of a MemResizable.
+// Internal: what is asked of the heap for a block that a MemResizable may own.
 
 #include <cstddef>
 #include <limits>
@@ -16,8 +16,9 @@
 inline namespace zqcore27 {
 
 /// What is asked for a block of `size` bytes, not 0: all of the chunk that glibc's heap takes for them, in steps of 16
-/// bytes less its own word. That costs no memory there, and a change of size inside the chunk needs no call, as long as
-/// every block of a MemResizable is asked for by this. Where a sanitizer watches the bounds the request is exact.
+/// bytes less its own word. That costs no memory there, and a change of size inside the chunk needs no call, as
+/// MemAllocator and MemResizable ask for every block by this. Where a sanitizer watches the bounds the request is
+/// exact.
 inline unsigned int heapChunk(unsigned int size) {
 #ifdef ZQCORE27_ADDRESS_SANITIZER
   return size;

@@ -37,7 +37,9 @@ void MemAllocator::move(void* to, const void* from, unsigned int n) {
   if (n != 0) std::memmove(to, from, n);
 }
 
-unsigned char* MemAllocator::allocate(unsigned int n) { return static_cast<unsigned char*>(orlanNew(n)); }
+unsigned char* MemAllocator::allocate(unsigned int n) {
+  return static_cast<unsigned char*>(orlanNew(n != 0 ? heapChunk(n) : 0));
+}
 
 void MemAllocator::deallocate(void* p) { orlanDelete(p); }
 
@@ -46,7 +48,7 @@ namespace {
 /// A block of `size` bytes, not cleared; null only for size 0.
 unsigned char* allocateOrThrow(unsigned int size) {
   if (size == 0) return nullptr;
-  if (unsigned char* block = MemAllocator::allocate(heapChunk(size))) return block;
+  if (unsigned char* block = MemAllocator::allocate(size)) return block;
   throw MemError(MemError::HEAP_EXHAUSTED, true);
 }
 

@@ -12,7 +12,7 @@ inline namespace zqcore27 {
 /// The platform's re-entrant lock, the base of OrlanMutex and of the thread layer's monitors. Hosts use those.
 /// The owner may lock it again and unlocks it as often. No order between waiters. Never throws, allocates nothing;
 /// constant-initialised and trivially destroyed, so that a static one serves from load to the process's end. While the
-/// process has one thread it goes through the same states by plain writes, for a third of the cost.
+/// process has one thread it goes through the same states by plain writes, which cost a tenth.
 ///              lock by owner   lock by another    unlock by owner
 ///   free       -               owned, depth 0     -
 ///   owned      depth + 1       waits              depth - 1, free when the depth was 0

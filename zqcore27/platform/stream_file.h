@@ -18,8 +18,9 @@ namespace platform {
 /// Bytes that are buffered still when the library's exit step comes are stored by it, and from then on every write is
 /// stored at once. It waits for a thread that is storing bytes, such as in a write to a full pipe.
 /// The exit step of a forked child leaves out the bytes that were in the buffer at the fork, for the parent has them
-/// too. Whatever else stores in the child stores them as well, before its own: flush, close, seek, tell, a read behind
-/// a write, a buffer that fills up. A parent that leaves by _exit counts on that.
+/// too; where there was no memory to register for forks at load it stores them again. Whatever else stores in the child
+/// stores them as well, before its own: flush, close, seek, tell, a read behind a write, a buffer that fills up. A
+/// parent that leaves by _exit counts on that.
 /// Threads: one at a time; the exit step on any.
 class Stream {
  public:
