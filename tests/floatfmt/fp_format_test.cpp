@@ -208,6 +208,20 @@ TEST(FpFormatTest, NumbersLieInMemoryAsTheMachineHasThem) {
   }
 }
 
+TEST(FpFormatTest, AStoredZeroIsSeenAmongOrdinaryNumbers) {
+  constexpr std::size_t COUNT = 300, ZERO = 100;  // in the middle of a block
+  for (const std::size_t width : {4, 8}) {
+    const FpFormat vax = converter(1, width);
+    std::vector<double> values(COUNT, 1.5), expected(values);
+    std::vector<unsigned char> stored(COUNT * width);
+    vax.putHostValues(stored.data(), values.data(), COUNT, width);
+    std::fill_n(&stored[ZERO * width], width, 0);
+    expected[ZERO] = 0;
+    vax.getHostValues(stored.data(), values.data(), COUNT, width);
+    EXPECT_EQ(values, expected) << width;
+  }
+}
+
 TEST(FpFormatTest, ARefusedSetUpLeavesAConverterReadyAndWithinItsWidth) {
   static constexpr struct {
     int line, before, width;

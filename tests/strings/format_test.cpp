@@ -83,6 +83,9 @@ TEST(FormatTest, Floats) {
   EXPECT_EQ(built("%.40g", std::ldexp(1.0, 120)), "132922799578491580000000000000");
   EXPECT_EQ(built("%.1g|%9.1g|%#.1g", 12345.0, 12345.0, 12345.0), "1e+004|   1e+004|1.e+004");
   EXPECT_EQ(built("%.0g %#.0g %.0g %.0g", 12345.0, 12345.0, 1.5, 1e-7), "1 1. 2 1");
+  EXPECT_EQ(built("%.18G %#.17E", 6.938828735309849e-15, 6.4011850561904865e-12),
+            "6.9388287353098489E-015 6.40118505619048640E-012")
+      << "a digit stands where the scaling rounds a half to even";
   const double infinity = std::numeric_limits<double>::infinity(), nan = std::numeric_limits<double>::quiet_NaN();
   EXPECT_EQ(built("%f %+f %E|%06f %.0g", -infinity, infinity, -infinity, infinity, infinity),
             "-inf +inf -INF|   inf inf");

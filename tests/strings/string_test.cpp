@@ -195,4 +195,15 @@ TEST(StringTest, UTF8ComesInBlocksOfExactSizeFromAnySource) {
   }
 }
 
+TEST(StringTest, BlocksAreClearBehindNativeText) {
+  setACPid(65001);
+  const std::string bytes = "\xC3\xA4, \xC3\xB6, \xC3\xBC: a block that is longer than what the bytes come to";
+  { const String used(std::u16string(bytes.size(), u'x')); }  // what the heap gives next isn't clear
+  const String s(bytes.c_str());
+  const MemResizable& block = s;
+  EXPECT_EQ(block.size(), 2 * (bytes.size() + 1));
+  for (unsigned i = 2 * s.size(); i < block.size(); ++i) EXPECT_EQ(block[i], 0) << i;
+  setACPid(0);
+}
+
 }  // namespace
