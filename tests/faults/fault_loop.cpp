@@ -81,22 +81,6 @@ void require(bool holds, const char* what, int line, const char* file) {
   _exit(1);
 }
 
-bool sameText(const std::uint16_t* is, const char* expected) {
-  if (is == nullptr) return false;
-  std::size_t i = 0;
-  while (is[i] != 0 && is[i] == static_cast<unsigned char>(expected[i])) ++i;
-  return is[i] == static_cast<unsigned char>(expected[i]);
-}
-
-void requireText(const std::uint16_t* is, const char* expected, int line, const char* file) {
-  if (sameText(is, expected)) return;
-  faultsStop();
-  std::fprintf(stderr, "got: ");
-  for (; is != nullptr && *is != 0; ++is) std::fputc(*is < 128 ? *is : '?', stderr);
-  std::fprintf(stderr, "\n");
-  require(false, expected, line, file);
-}
-
 int faultLoop(int argc, char** argv, const FaultScenario& scenario) {
   if (faultsStart == nullptr) return std::fprintf(stderr, "start it with the fault object as LD_PRELOAD\n"), 2;
   if (argc == 3) {

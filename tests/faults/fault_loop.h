@@ -3,18 +3,28 @@
 // Runs a scenario with its n-th call failing, for every n until a run passes with no fault delivered.
 
 #include <cstdint>
+#include <cstdio>
 #include <new>
 
 #include "tests/faults/fault_calls.h"
 #include "zqcore27/core/core.h"
 #include "zqcore27/errors/mem_error.h"
+#include "zqcore27/strings/string.h"
 
 /// Ends the run as a failure unless `holds`.
 void require(bool holds, const char* what, int line = __builtin_LINE(), const char* file = __builtin_FILE());
+inline bool sameText(const std::uint16_t* is, const char* expected) {
+  const FaultPause pause;
+  return is != nullptr && String(is).toUTF8() == expected;
+}
 /// The same for a text: `is` as it was got, null for none.
-void requireText(const std::uint16_t* is, const char* expected, int line = __builtin_LINE(),
-                 const char* file = __builtin_FILE());
-bool sameText(const std::uint16_t* is, const char* expected);
+inline void requireText(const std::uint16_t* is, const char* expected, int line = __builtin_LINE(),
+                        const char* file = __builtin_FILE()) {
+  if (sameText(is, expected)) return;
+  const FaultPause pause;
+  std::fprintf(stderr, "got: %s\n", is != nullptr ? String(is).toUTF8().c_str() : "nothing");
+  require(false, expected, line, file);
+}
 
 /// One run, in a process of its own, or the calm one behind it: whatever failed, it is over, and everything works.
 class FaultRun {

@@ -146,29 +146,18 @@ class Round {
   void endWhileJobsUseThePool() {
     std::deque<Entry> late;
     for (std::uint32_t i = 0; i < std::max(fQueueSize, 1u); ++i) {
-      Entry& outer = late.emplace_back();
-      std::array<Entry*, 4> inner;
-      for (Entry*& entry : inner) {
-        entry = &late.emplace_back();
-        entry->isCallable = &entry - inner.data() >= 2;
-        entry->hasCleanup = !entry->isCallable;
-      }
-      outer.body = [this, &outer, inner](Flag&) {
+      Entry &outer = late.emplace_back(), &inner = late.emplace_back();
+      inner.isCallable = true;
+      inner.hasCleanup = false;
+      outer.body = [this, &outer, &inner](Flag&) {
         ++outer.begun;
         ThreadRequester client(fPool);
-        for (Entry* entry : inner) {
-          fRecent[0] = entry;
-          if (entry->isCallable) {
-            std::uint32_t id = 0;
-            entry->future = client.submit([entry] { ++entry->begun; }, &id);
-            entry->id = id;
-            entry->cancelTriedByClient = true;  // by its end
-          } else {
-            entry->body = [entry](Flag&) { ++entry->begun; };
-            entry->submitTo(*fPool, nullptr);
-          }
-          cancelOne(0);
-        }
+        std::uint32_t id = 0;
+        inner.future = client.submit([&inner] { ++inner.begun; }, &id);
+        inner.id = id;
+        inner.cancelTriedByClient = true;  // by its end
+        fRecent[0] = &inner;
+        cancelOne(0);
       };
       outer.submitTo(*fPool, nullptr);
     }
