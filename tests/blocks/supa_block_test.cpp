@@ -184,7 +184,8 @@ TEST(SupaBlockTest, RefusesBadWrites) {
 TEST(SupaBlockTest, RaisesAnErrorForWhatIsTooLarge) {
   static constexpr std::uint32_t ROWS[][2] = {{1000, 1000},       {1000, 0xFFFF0000}, {1000, 0xFFFFFFFC},
                                               {1000, 0xFFFFFFFD}, {1000, 0xFFFFFFFF}, {0xFFFFFFFF, 0xFFFFFFFF}};
-  for (const auto& [maxBody, size] : ROWS) {
+  for (const auto& row : ROWS) {
+    const std::uint32_t maxBody = row[0], size = row[1];
     SCOPED_TRACE(testing::Message() << size << " bytes in bodies of " << maxBody);
     SupaBlock s(BOTH, hintsOf(maxBody, 16, 4, 20, 1));
     for (char c = 'a'; c < 'z'; ++c) insertText(s, s.getSize(), std::string(16, c));
