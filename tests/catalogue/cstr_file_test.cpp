@@ -72,25 +72,13 @@ TEST_F(CStrFileTest, RefusesWhatIsUnfit) {
   EXPECT_EQ(failureOf([] { CStrFile(nullptr, named(NAME)); }), size);
 }
 
-TEST_F(CStrFileTest, TakesHandlesAsUnsignedAndAnyVersionForAnEmptyOne) {
-  CatalogueBuilder other;
-  other.version = "9.7.A";
-  other.texts = {{1, u"1"}};
-  write("other.cst", other.bytes());
-  EXPECT_EQ(utf8(CStrFile(nullptr, named("other.cst")).get(1)), "1");
-  write(NAME, {{0x7FFFFFFF, u"low"}, {0xC2000106, u"high"}});
-  CStrFile file(nullptr, named(NAME));
-  EXPECT_EQ(utf8(file.get(0x7FFFFFFF)), "low");
-  EXPECT_EQ(utf8(file.get(0xC2000106)), "high");
-}
-
 TEST_F(CStrFileTest, FindsEveryTextAndKeepsItInPlace) {
   CatalogueBuilder b;
   std::mt19937 random(4);
-  for (std::uint32_t handle = 0x100; handle < 0x2000; handle += random() % 40 == 0 ? 300 : 1) {
+  for (std::uint32_t handle = 0x7FFFF100; handle < 0x80001000; handle += random() % 40 == 0 ? 300 : 1) {  // unsigned
     b.texts[handle] = std::u16string(random() % 60, static_cast<char16_t>('a' + handle % 26));
   }
-  b.texts[0x2000] = std::u16string(254, u'\u3042');  // fills a page by itself
+  b.texts[0x80001000] = std::u16string(254, u'\u3042');  // fills a page by itself
   write(NAME, b.bytes());
   CStrFile file(nullptr, named(NAME), String("2.7.A"));  // its pages are read by whichever thread comes first
   std::map<std::uint32_t, const std::uint16_t*> places[4];
