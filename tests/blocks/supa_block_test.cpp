@@ -27,7 +27,8 @@ TEST(SupaBlockTest, AdjustsItsHints) {
       {__LINE__, hintsOf(0, 16, 0, 100, 77), {2136, 16, 50, 100, 31, 0x7FFFFFFF, 1200}},  // no shift by 32 or more
       {__LINE__,
        hintsOf(0, 0xFFFFFFFF, 0, 0xFFFFFFFF, 0),
-       {0xFFFFFFFC, 0xFFFFFFFF, 50, 0xFFFFFFFF, 0, 0, 0xFFFFFFFC}},  // no sum wraps
+       {0xFFFFFFFC, 0xFFFFFFFF, 50, 0xFFFFFFFF, 0, 0, 0xFFFFFFFC}},                                    // no sum wraps
+      {__LINE__, hintsOf(0, 1, 0, 0xFFFFFFFF, 0), {0xFFFFFFFC, 1, 50, 0xFFFFFFFF, 0, 0, 0x80000018}},  // nor this one
       {__LINE__, hintsOf(0xFFFFFFFF, 0xFFFFFFFF, 0, 0xFFFFFFFF, 0), {0xFFFFFFFF, 0xFFFFFFFF, 1, 1, 0, 0, 0xFFFFFFFC}},
   };
   for (const auto& row : ROWS) {

@@ -1,6 +1,11 @@
 // Replaces single system calls, which only the library's own objects allow.
 
+#include <cstring>
+
 #include "tests/catalogue/catalogue_fixture.h"
+#include "tests/threads/host_thread.h"
+#include "zqcore27/catalogue/ent_cstr_file.h"
+#include "zqcore27/errors/mem_error.h"
 #include "zqcore27/platform/posix/system_calls.h"
 
 namespace {
@@ -18,6 +23,41 @@ TEST_F(CatalogueFaultTest, AHeaderThatCannotBeReachedOrRead) {
   gSystemCalls = posix::SystemCalls();
   gSystemCalls.read = [](int, void*, size_t) -> ssize_t { return errno = EIO, -1; };
   EXPECT_EQ(failureOf(open), "14: Read to the constant string file failed: Cstr::load_header_block");
+  gSystemCalls = posix::SystemCalls();
+}
+
+TEST_F(CatalogueFaultTest, AFileThatThereIsNoMemoryForIsPassedOver) {
+  write("P_en.cst", {{1, u"English"}});
+  gSystemCalls.open = [](const char* path, int flags, mode_t mode) -> int {
+    if (std::strstr(path, "P_de") != nullptr) throw MemError(MemError::HEAP_EXHAUSTED, true);
+    return ::open(path, flags, mode);
+  };
+  EXPECT_EQ(failureOf([] {
+              EXPECT_EQ(utf8(EntCStrFile(nullptr, 7, String("de"), String("P"), String("2.7.A")).get(1)), "English");
+            }),
+            "");
+  gSystemCalls = posix::SystemCalls();
+}
+
+TEST_F(CatalogueFaultTest, APageThatThreadsWaitForIsReadOnce) {
+  static Gate begun, go;
+  static std::atomic<int> reads{0};
+  write("a.cst", {{1, u"text"}});
+  CStrFile file(nullptr, named("a.cst"));
+  gSystemCalls.read = [](int descriptor, void* to, size_t n) -> ssize_t {
+    ++reads;
+    begun.open();
+    go.pass();
+    return ::read(descriptor, to, n);
+  };
+  HostThread first([&] { EXPECT_NE(file.get(1), nullptr); });
+  begun.pass();
+  HostThread second([&] { EXPECT_NE(file.get(1), nullptr); });
+  EXPECT_TRUE(second.isHeldUp());
+  go.open();
+  first.join();
+  second.join();
+  EXPECT_EQ(reads, 1);
   gSystemCalls = posix::SystemCalls();
 }
 

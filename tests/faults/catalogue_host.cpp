@@ -8,6 +8,7 @@
 #include "tests/support/temp_dir.h"
 #include "zqcore27/catalogue/cstr_enterprise.h"
 #include "zqcore27/catalogue/cstr_error.h"
+#include "zqcore27/errors/string_error.h"
 
 namespace {
 
@@ -62,6 +63,17 @@ std::string numbered(std::uint32_t number) {
   return "Text " + std::to_string(100 + number).substr(1);
 }
 
+/// An error takes over the whole of another or nothing.
+void assign(const FaultRun& run) {
+  StringError from(2, false), to(1, false);
+  from.addInsert(String("two"));
+  to.addInsert(String("one"));
+  from.description(nullptr);  // words, which are copied behind the insert
+  const bool done = hadMemory(run, [&] { to = from; });
+  require(to.code() == (done ? 2 : 1) && to.numInserts() == 1, "its facts");
+  requireText(to.getInsert(0)->get(nullptr), done ? "two" : "one");
+}
+
 /// All that is asked, each time anew. Whatever fails, the next question may be answered.
 void lookUp(const FaultRun& run) {
   run.start();
@@ -96,6 +108,7 @@ void lookUp(const FaultRun& run) {
   with("deu", [&](CStr& cstr) { return isText(cstr.get(ENGLISH_ONLY), "in English alone"); });
   const Got nowhere = ask(run, [&] { return CStrEnterprise(nullptr, String(), nullptr).get(NOWHERE) != nullptr; });
   require(nowhere == Got::NO_FILE || nowhere == Got::NO_MEMORY, "there is no such file");
+  hadMemory(run, [&] { assign(run); });
   run.stop();
 }
 

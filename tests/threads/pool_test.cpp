@@ -21,6 +21,10 @@ struct ThreadPoolTestAccess {
     const OrlanSynchronized hold(pool.fPoolMutex);
     ++pool.fWokenClients;
   }
+  static std::uint32_t guests(ThreadPool& pool) {
+    const OrlanSynchronized hold(pool.fPoolMutex);
+    return pool.fGuests;
+  }
 };
 
 }  // namespace zqcore27
@@ -106,6 +110,29 @@ TEST(ThreadPoolTest, GrowsWhileTheQueueIsFullAndShrinksAgain) {
   late[1].waitUntilRun();
 }
 
+TEST(ThreadPoolTest, GrowsOnlyForAClientThatNoFreeWorkerServes) {
+  waitForThreads(0);
+  BusyStory busy;
+  Story queued, waiting, another;
+  ThreadPool pool(1, 1);
+  WorkerThread* worker = nullptr;
+  busy.body = [&, body = busy.body](Flag& flag) {
+    worker = static_cast<WorkerThread*>(OrlanThread::self());
+    body(flag);
+  };
+  busy.begin(pool, nullptr);
+  worker->lockHandle();  // keeps it on its way back to the queue
+  busy.go.open();
+  while (pool.getNumActThreads() != 0) std::this_thread::yield();
+  queued.submitTo(pool, nullptr);
+  HostThread client([&] { waiting.submitTo(pool, nullptr); });
+  EXPECT_TRUE(client.isHeldUp());
+  EXPECT_TRUE(threads() == 1 && queued.ran == 0);
+  HostThread other([&] { another.submitTo(pool, nullptr); });  // the worker counts as the first one's
+  queued.waitUntilRun();
+  worker->unlockHandle();
+}
+
 // Clients are woken one by one, and one that is slow to come has nobody to wake the next when the last worker has gone.
 TEST(ThreadPoolTest, LeavesNoClientAsleepBehindItsLastWorker) {
   BusyStory busy;
@@ -117,7 +144,8 @@ TEST(ThreadPoolTest, LeavesNoClientAsleepBehindItsLastWorker) {
   busy.begun.pass();
   HostThread client([&] { EXPECT_NE(last.submitTo(pool, nullptr), 0u); });
   client.waitUntilAsleep();
-  ThreadPoolTestAccess::countAClientAsWoken(pool);  // as though there were such a one
+  while (ThreadPoolTestAccess::guests(pool) != 1) std::this_thread::yield();  // whom a destructor would wait for
+  ThreadPoolTestAccess::countAClientAsWoken(pool);                            // as though there were such a one
   busy.go.open();
 }
 

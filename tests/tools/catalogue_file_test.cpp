@@ -70,10 +70,12 @@ TEST(CatalogueFileTest, TellsDamage) {
               {19, 1, "type"},
               {21, 0, "version"},
               {26, 'X', "platform"},
+              {31, 1, "platform"},
               {32, 0, "0 pages"},
               {33, 2, "515 pages"},
               {32, 4, "bytes"},
               {39, 0xFF, "rise at page 1"},
+              {40, 0, "rise at page 1"},
               {48, 0, "highest handle is below"},
               {48, 9, "highest handle has no text"},
               {2558, 0, "page 0: the table"},
@@ -92,6 +94,10 @@ TEST(CatalogueFileTest, TellsDamage) {
   auto bytes = sound;
   std::fill(bytes.begin() + 2560, bytes.begin() + 3070, std::uint8_t{1});
   EXPECT_NE(readCatalogue(bytes).faults.at(0).find("of 0xC2000101 doesn't end"), std::string::npos);
+  const auto texts = manyTexts(2, 1, 1);
+  bytes = writeCatalogue(texts, "2.7.A");
+  bytes[2557] = 1;  // above the place of a text, which the library doesn't look at
+  EXPECT_TRUE(readCatalogue(bytes).faults.empty() && readCatalogue(bytes).texts == texts);
 }
 
 // That a source gives its text back is seen to by a fuzz target.

@@ -82,7 +82,7 @@ class ZQCORE27_EXPORT ThreadPool {
  private:
   friend class ThreadRequester;
   friend class WorkerThread;
-  friend struct ThreadPoolTestAccess;  // sets fWokenClients
+  friend struct ThreadPoolTestAccess;  // sets fWokenClients, reads fGuests
 
   class Guest;
   struct Wakes;
