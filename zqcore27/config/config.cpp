@@ -37,22 +37,22 @@ void Config::enableDecryption(std::int32_t key, bool honourMarker) {
     if (next == '!') return;
   }
   fChannel = std::make_unique<ConfigDataChannelIDecrypt>(std::move(fChannel), key);
-  if (fNext.line == 1 && fNext.column == 1) fNext.line = 0;
+  if (fNext == Place()) fNext = Place(0, 1);
 }
 
 void Config::setUTF8(bool utf8) {
   if (fChannel) fChannel->setUTF8(utf8);
 }
 
-std::uint32_t Config::line() const { return std::max<std::uint32_t>(fSeen.line, 1); }
-std::uint32_t Config::tokenLine() const { return std::max<std::uint32_t>(fTokenPlace.line, 1); }
+std::uint32_t Config::line() const { return std::max<std::uint32_t>(fSeen.line(), 1); }
+std::uint32_t Config::tokenLine() const { return std::max<std::uint32_t>(fTokenPlace.line(), 1); }
 
 std::uint16_t Config::putC(std::uint16_t c) { return fChannel->putC(c); }
 
 void Config::skipLine() {
   fHeld = false;
   fInStatement = false;
-  if (fNext.column == 1) return;
+  if (fNext.column() == 1) return;
   for (std::uint16_t c = 0; c != '\n' && c != EOF_CHAR;) {
     try {
       c = skip_to_line_end();

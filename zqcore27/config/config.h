@@ -156,10 +156,10 @@ class ZQCORE27_EXPORT Config {
   /// that an error of the text is about. A line ends at a line feed; a column is one character, a tab too. In a
   /// decrypted text these are decoded lines.
   std::uint32_t line() const;
-  std::uint32_t column() const { return fSeen.column; }
+  std::uint32_t column() const { return fSeen.column(); }
   /// The place, from 1, of the first character of the token in hand: the place that an error of its type is about.
   std::uint32_t tokenLine() const;
-  std::uint32_t tokenColumn() const { return fTokenPlace.column; }
+  std::uint32_t tokenColumn() const { return fTokenPlace.column(); }
 
   /// The type of the token in hand, which is read first if none is held.
   TokenType nextToken();
@@ -203,9 +203,20 @@ class ZQCORE27_EXPORT Config {
   static constexpr std::int32_t STRING_SIZE = 16000;
 
  private:
-  struct Place {
-    std::uint32_t line = 1;
-    std::uint32_t column = 1;
+  /// One word, since it is copied for each character: halves written apart hold up the read of the whole.
+  class Place {
+   public:
+    Place() : Place(1, 1) {}
+    Place(std::uint32_t line, std::uint32_t column) : fWord(std::uint64_t{line} << 32 | column) {}
+    std::uint32_t line() const { return static_cast<std::uint32_t>(fWord >> 32); }
+    std::uint32_t column() const { return static_cast<std::uint32_t>(fWord); }
+    Place columnsOn(std::uint32_t n) const { return Place(fWord + n); }
+    Place nextLine() const { return {line() + 1, 1}; }
+    bool operator==(const Place&) const = default;
+
+   private:
+    explicit Place(std::uint64_t word) : fWord(word) {}
+    std::uint64_t fWord;
   };
   class TokenWriter;
 

@@ -22,10 +22,9 @@ inline std::uint16_t Config::getC() {
   ++fChars;
   if (channel_is_cut_off(c)) return fCutOffShown ? EOF_CHAR : c;
   if (c == '\n') {
-    ++fNext.line;
-    fNext.column = 1;
+    fNext = fNext.nextLine();
   } else if (c != EOF_CHAR) {
-    ++fNext.column;
+    fNext = fNext.columnsOn(1);
   }
   return c;
 }
@@ -50,8 +49,8 @@ inline std::uint32_t Config::peek() {
 /// Takes the first `n` bytes of ahead.
 inline void Config::skip(std::uint32_t n) {
   if (n == 0) return;
-  fSeen = {fNext.line, fNext.column + n - 1};
-  fNext.column += n;
+  fSeen = fNext.columnsOn(n - 1);
+  fNext = fNext.columnsOn(n);
   fChars += n;
   fChannel->skip(n);
 }
