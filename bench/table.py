@@ -2,8 +2,9 @@
 """Prints the table of scripts/bench from Google Benchmark's JSON files and bars.tsv, and draws the ratios as SVG.
 
 A benchmark is named "<area>: <case>/<who>". Who is "zqcore27", "zqcore27, <variant>", a peer, or "limit: <what>". A
-processor time is the fastest of the repetitions, since other work on the machine only adds to it; any other figure is
-their median. Below the table stands what limits.tsv says of each bar that isn't held, and a note on each of its lines
+processor time is the fastest of the repetitions, since other work on the machine only adds to it. A time by the clock,
+which also differs with the turns that threads take, and any other figure is their lower quartile: bursts of other work
+of a few seconds may cover more than half of them. Below the table stands what limits.tsv says of each bar that isn't held, and a note on each of its lines
 that is out of date: its bar is held with a fifth to spare. Fails if a bar of the areas asked for has no result, if a
 benchmark failed, and if a bar is missed by more than runs of one build differ with no limit named.
 """
@@ -12,7 +13,6 @@ import argparse
 import json
 import math
 import re
-import statistics
 import subprocess
 import sys
 from collections import defaultdict
@@ -30,6 +30,10 @@ FIXED = {"repetitions", "repetition_index", "iterations", "real_time", "cpu_time
 ROOM = 0.8
 # Runs of one build differ by as much.
 NOISE = 1.05
+
+
+def lower_quartile(values):
+    return sorted(values)[len(values) // 4]
 
 
 class Results:
@@ -62,7 +66,7 @@ class Results:
                     if key not in FIXED and isinstance(value, (int, float)):
                         samples[case, who, key].append(value)
         for (case, who, figure), values in samples.items():
-            typical = min if (case, who, figure) in of_processor else statistics.median
+            typical = min if (case, who, figure) in of_processor else lower_quartile
             self.cases[case][who][figure] = typical(values)
 
 
