@@ -209,11 +209,15 @@ const std::uint16_t* findPart(const std::uint16_t* text, std::size_t n, const st
     while (i < m && Probe<fold, Bytes>::foldOne(s[i]) == Probe<fold, Bytes>::foldOne(part[i])) ++i;
     return i;
   };
-  // Both ends of the part are looked for at eight places at once.
+  // Places where both ends of the part stand, or where the text ends, among the next eight.
+  const auto candidates = [&](const std::uint16_t* s) {
+    const Units starts = Units::load(s);
+    return (first.matches(starts) & last.matches(Units::load(s + m - 1))) | (starts == Units::fill(0));
+  };
+  constexpr std::size_t PAIR = 2 * Units::SIZE;
   for (const std::size_t reach = m - 1 + Units::SIZE; n >= reach; text += Units::SIZE, n -= Units::SIZE) {
-    const Units starts = Units::load(text);
-    const Units ends = Units::load(text + m - 1);
-    if (!((first.matches(starts) & last.matches(ends)) | (starts == Units::fill(0))).any()) continue;
+    while (n >= reach + PAIR && !(candidates(text) | candidates(text + Units::SIZE)).any()) text += PAIR, n -= PAIR;
+    if (!candidates(text).any()) continue;
     for (std::size_t k = 0; k < Units::SIZE; ++k) {
       if (text[k] == 0) return nullptr;
       if (first.matches(text[k]) && matched(text + k) == m) return text + k;
