@@ -5,6 +5,7 @@
 #include <cassert>
 #include <cstring>
 #include <limits>
+#include <tuple>
 #include <utility>
 
 #include "zqcore27/errors/mem_error.h"
@@ -14,6 +15,7 @@
 #include "zqcore27/strings/string.h"
 #include "zqcore27/strings/text_kernels.h"
 #include "zqcore27/strings/utf8_sequence.h"
+#include "zqcore27/strings/utf8_triples.h"
 
 inline namespace zqcore27 {
 
@@ -41,22 +43,24 @@ std::uint64_t utf8Size(std::span<const std::uint16_t> text) {
   return sumOf(text, [](std::uint16_t c) { return static_cast<unsigned>((c != 0) + (c >= 0x80) + (c >= 0x800)); });
 }
 
-/// Writes the units before the next plain one, zero units left out; moves both places behind them.
-void encodeRun(const std::uint16_t*& in, const std::uint16_t* end, unsigned char*& out) {
-  const std::uint16_t* from = in;
-  unsigned char* to = out;
+/// Writes the units before the next plain one, zero units left out. Returns the places behind them.
+std::pair<const std::uint16_t*, unsigned char*> encodeRun(const std::uint16_t* in, const std::uint16_t* end,
+                                                          unsigned char* out, const unsigned char* outEnd) {
+  const std::size_t triples =
+      encodeTriples(in, static_cast<std::size_t>(end - in), out, static_cast<std::size_t>(outEnd - out));
+  in += triples;
+  out += 3 * triples;
   // Each length has a branch of its own, so that the next unit needn't wait for it.
-  for (; from != end && !isPlain(*from); ++from) {
-    if (*from >= 0x800) {
-      encodeUTF8(*from, to);
-      to += 3;
-    } else if (*from >= 0x80) {
-      encodeUTF8(*from, to);
-      to += 2;
+  for (; in != end && !isPlain(*in); ++in) {
+    if (*in >= 0x800) {
+      encodeUTF8(*in, out);
+      out += 3;
+    } else if (*in >= 0x80) {
+      encodeUTF8(*in, out);
+      out += 2;
     }
   }
-  in = from;
-  out = to;
+  return {in, out};
 }
 
 /// Writes the text as UTF-8, zero units left out, and returns the end. Writes nothing behind `outEnd`, up to which
@@ -73,7 +77,7 @@ unsigned char* encode(std::span<const std::uint16_t> text, unsigned char* out, c
       const std::size_t run = narrowAscii(in, room, out);
       in += run;
       out += run;
-      if (!blocks) encodeRun(in, end, out);
+      if (!blocks) std::tie(in, out) = encodeRun(in, end, out, outEnd);
       continue;
     }
     // The runs of one block are found in its bits, which is quicker than looking for each where the last one ended.
@@ -90,7 +94,7 @@ unsigned char* encode(std::span<const std::uint16_t> text, unsigned char* out, c
         wide &= wide - 1;
         continue;
       }
-      encodeRun(next, end, out);
+      std::tie(next, out) = encodeRun(next, end, out, outEnd);
       const auto past = static_cast<std::size_t>(next - in);
       wide = past < BLOCK ? wide >> past << past : 0;
     }
@@ -115,24 +119,26 @@ struct Decoded {
   bool complete;      // false: stopped at an ill-formed sequence
 };
 
-/// Decodes as many sequences of two or three bytes as follow each other at `s`; moves both places behind them.
-void decodeRun(const unsigned char*& s, const unsigned char* end, std::uint16_t*& out) {
-  const unsigned char* in = s;
-  std::uint16_t* to = out;
+/// Decodes as many sequences of two or three bytes as follow each other at `in`. Returns the places behind them.
+std::pair<const unsigned char*, std::uint16_t*> decodeRun(const unsigned char* in, const unsigned char* end,
+                                                          std::uint16_t* out, const std::uint16_t* outEnd) {
+  const std::size_t triples =
+      decodeTriples(in, static_cast<std::size_t>(end - in), out, static_cast<std::size_t>(outEnd - out));
+  in += 3 * triples;
+  out += triples;
   // Each length has a branch of its own, so that the next sequence needn't wait for it.
   while (in != end && *in >= 0x80) {
     const auto left = static_cast<std::size_t>(end - in);
-    if (utf8LengthByFirst(*in) == 3 && decodeUTF8(in, left, to) == 3) {
+    if (utf8LengthByFirst(*in) == 3 && decodeUTF8(in, left, out) == 3) {
       in += 3;
-    } else if (utf8LengthByFirst(*in) == 2 && decodeUTF8(in, left, to) == 2) {
+    } else if (utf8LengthByFirst(*in) == 2 && decodeUTF8(in, left, out) == 2) {
       in += 2;
     } else {
       break;
     }
-    ++to;
+    ++out;
   }
-  s = in;
-  out = to;
+  return {in, out};
 }
 
 /// Decodes `n` bytes. Requires: there is room for maxUnits.
@@ -147,7 +153,7 @@ Decoded decode(const unsigned char* s, std::size_t n, std::span<std::uint16_t> r
       const std::size_t run = widenAscii(s, left, out);
       s += run;
       out += run;
-      decodeRun(s, end, out);
+      std::tie(s, out) = decodeRun(s, end, out, outEnd);
       if (s != end && *s >= 0x80) return done(false);
       continue;
     }
@@ -173,7 +179,7 @@ Decoded decode(const unsigned char* s, std::size_t n, std::span<std::uint16_t> r
         wide &= ~(3u << (first - s));
         continue;
       }
-      decodeRun(next, end, out);
+      std::tie(next, out) = decodeRun(next, end, out, outEnd);
       if (next != end && *next >= 0x80) return done(false);
       const auto past = static_cast<std::size_t>(next - s);
       wide = past < BLOCK ? wide >> past << past : 0;
