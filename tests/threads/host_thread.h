@@ -25,30 +25,18 @@ class Gate {
   std::atomic<bool> fOpen{false};
 };
 
-/// What the kernel knows of a thread of this process: lets a test wait until another thread sleeps, without a timer.
-struct ThreadProbe {
-  char state = '?';          // S: asleep
-  std::uint64_t sleeps = 0;  // how often it has gone to sleep
-
-  static ThreadProbe of(std::uint32_t id) {
-    ThreadProbe probe;
-    std::ifstream in("/proc/self/task/" + std::to_string(id) + "/status");
-    std::string key;
-    while (in >> key) {
-      if (key == "State:") in >> probe.state;
-      if (key == "voluntary_ctxt_switches:") in >> probe.sleeps;
-      in.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
-    }
-    return probe;
-  }
-};
-
-/// Waits until thread `id` sleeps, having gone to sleep more than `sleeps` times. Returns how often it has; 0 if it is
-/// `done` before.
+/// Waits until thread `id` sleeps, having gone to sleep more than `sleeps` times, as the kernel knows. Returns how
+/// often it has; 0 if it is `done` before.
 inline std::uint64_t waitUntilAsleep(std::uint32_t id, std::uint64_t sleeps, const std::atomic<bool>& done = false) {
   for (; !done; std::this_thread::yield()) {
-    const ThreadProbe probe = ThreadProbe::of(id);
-    if (probe.state == 'S' && probe.sleeps > sleeps) return probe.sleeps;
+    char state = '?';
+    std::uint64_t slept = 0;
+    std::ifstream in("/proc/self/task/" + std::to_string(id) + "/status");
+    for (std::string key; in >> key; in.ignore(std::numeric_limits<std::streamsize>::max(), '\n')) {
+      if (key == "State:") in >> state;
+      if (key == "voluntary_ctxt_switches:") in >> slept;
+    }
+    if (state == 'S' && slept > sleeps) return slept;
   }
   return 0;
 }

@@ -100,34 +100,27 @@ class Player {
 
 TEST(RequestQueueTest, KeepsOrPermutesTheOrderAsItSays) {
   static constexpr struct {
-    int line;
     std::uint16_t capacity;
     const char *script, *notes;  // behind the bar, what is left
   } ROWS[] = {
-      {__LINE__, 9, "ABAB~A", "c c | B4 B2"},    // the newest fills each hole
-      {__LINE__, 4, "ABAB~A", "c c | B4 B2"},    // in a full ring, too
-      {__LINE__, 4, "ABAA~A", "c c c | B2"},     // what came into the hole is looked at again
-      {__LINE__, 4, "AAAA~A", "c c c c |"},      //
-      {__LINE__, 4, "BAAA[~B]~A", "c c c c |"},  // the cleanup of the first moves the last behind the walk
-      {__LINE__, 4, "BAAA[1]~A", "c c c |"},     //
-      {__LINE__, 4, "ABAA[~A1]~A", "c c c absent | B2"},
-      {__LINE__, 4, "ABAB2", "| A1 A3 B4"},  // by id, the order stays and no cleanup runs
-      {__LINE__, 4, "ABAB1", "| B2 A3 B4"},  //
-      {__LINE__, 4, "ABAB4", "| A1 B2 A3"},  //
-      {__LINE__, 4, "AB90-1", "absent absent A1 absent | B2"},
-      {__LINE__, 4, "A--A", "A1 none | A2"},
-      {__LINE__, 3, "AA--BAB~B", "A1 A2 c c | A4"},  // behind the wrap, full
-      {__LINE__, 3, "AA--BAB3B", "A1 A2 | A4 B5 B6"},
-      {__LINE__, 2, "ABB-BA", "full A1 full | B2 B3"},  // a refused put takes no id
-      {__LINE__, 1, "A1B~BA-", "c A3 |"},
-      {__LINE__, 0, "A-1~A", "full none absent |"},  // no slot: both empty and full
-      {__LINE__, 3, "^AB", "| A4294967295 B1"},      // 0 is no id
-      {__LINE__, 3, "A_B1", "twice | A1 B1"},
+      {9, "ABAB~A", "c c | B4 B2"},    // the newest fills each hole
+      {4, "ABAB~A", "c c | B4 B2"},    // in a full ring, too
+      {4, "ABAA~A", "c c c | B2"},     // what came into the hole is looked at again
+      {4, "BAAA[~B]~A", "c c c c |"},  // the cleanup of the first moves the last behind the walk
+      {4, "BAAA[1]~A", "c c c |"},     //
+      {4, "ABAA[~A1]~A", "c c c absent | B2"},
+      {4, "ABAB2", "| A1 A3 B4"},  // by id, the order stays and no cleanup runs
+      {4, "ABAB4", "| A1 B2 A3"},  //
+      {4, "AB90-1", "absent absent A1 absent | B2"},
+      {3, "AA--BAB~B", "A1 A2 c c | A4"},  // behind the wrap, full
+      {3, "AA--BAB3B", "A1 A2 | A4 B5 B6"},
+      {2, "ABB-BA", "full A1 full | B2 B3"},  // a refused put takes no id
+      {1, "A1B~BA-", "c A3 |"},
+      {0, "A-1~A", "full none absent |"},  // no slot: both empty and full
+      {3, "^AB", "| A4294967295 B1"},      // 0 is no id
+      {3, "A_B1", "twice | A1 B1"},
   };
-  for (const auto& row : ROWS) {
-    SCOPED_TRACE(testing::Message() << "row of line " << row.line << ": " << row.script);
-    EXPECT_EQ(Player(row.capacity).play(row.script), row.notes);
-  }
+  for (const auto& [capacity, script, notes] : ROWS) EXPECT_EQ(Player(capacity).play(script), notes) << script;
 }
 
 }  // namespace

@@ -7,11 +7,9 @@
 #include <cerrno>
 #include <deque>
 #include <functional>
-#include <latch>
 #include <stdexcept>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "tests/support/text.h"
 #include "tests/threads/host_thread.h"
@@ -57,36 +55,23 @@ TEST(JTCHandleTest, DestroysTheObjectWithTheLastHandle) {
   EXPECT_TRUE(destroyed.isOpen());
 }
 
-/// Starts in its own constructor, and takes its own handle out of the list while it runs.
-struct SelfStarting : OrlanThread {
-  SelfStarting(OrlanMutex& aMutex, std::vector<JTCHandleT<SelfStarting>>& aList, std::latch& aLatch)
-      : mutex(aMutex), list(aList), destroyed(aLatch) {
-    start_undetached();
+TEST(OrlanThreadTest, MayDropItsOwnHandleWhileItRuns) {
+  for (int i = 0; i < 50; ++i) {
+    OrlanMutex mutex;
+    JTCHandleT<TestThread> handle;
+    Gate destroyed;
+    const auto dropHandle = [&] {
+      const OrlanSynchronized hold(mutex);
+      handle = nullptr;
+      EXPECT_FALSE(destroyed.isOpen());
+    };
+    {
+      const OrlanSynchronized hold(mutex);
+      handle = JTCHandleT<TestThread>(new TestThread(dropHandle, &destroyed));
+      handle->start_undetached();
+    }
+    destroyed.pass();
   }
-  ~SelfStarting() override { destroyed.count_down(); }
-  void* work(void*) override {
-    const OrlanSynchronized hold(mutex);
-    std::erase_if(list, [this](const auto& handle) { return handle.get() == this; });
-    EXPECT_EQ(self(), this);  // still there
-    return nullptr;
-  }
-
-  OrlanMutex& mutex;
-  std::vector<JTCHandleT<SelfStarting>>& list;
-  std::latch& destroyed;
-};
-
-TEST(OrlanThreadTest, MayStartInItsConstructorAndDropItsOwnHandle) {
-  static constexpr int THREADS = 50;
-  OrlanMutex mutex;
-  std::vector<JTCHandleT<SelfStarting>> list;
-  std::latch destroyed(THREADS);
-  for (int i = 0; i < THREADS; ++i) {
-    const OrlanSynchronized hold(mutex);
-    list.push_back(JTCHandleT<SelfStarting>(new SelfStarting(mutex, list, destroyed)));
-  }
-  destroyed.wait();
-  EXPECT_TRUE(list.empty());
 }
 
 TEST(OrlanThreadTest, JoinServesAnyNumberOfCallersAndDoesNotNeedAStart) {
@@ -153,7 +138,7 @@ TEST(OrlanThreadTest, RunPassesResultAndExceptionToADirectCaller) {
   EXPECT_EQ(registry.depth(0), depth);
 }
 
-TEST(OrlanThreadTest, RunsWithoutACoreAndWithOneThatComesOrGoes) {
+TEST(OrlanThreadTest, RunsWithoutACoreAndWithOneThatGoes) {
   OrlanCore* const core = gCore;
   ThreadRegistry& registry = *core->fThreads;
   const std::uint32_t depth = registry.depth(0);
@@ -166,11 +151,8 @@ TEST(OrlanThreadTest, RunsWithoutACoreAndWithOneThatComesOrGoes) {
   EXPECT_TRUE(ran);
   EXPECT_EQ(without.id(), 0u);
 
-  TestThread comes([&] { gCore = core; });
-  comes.run();
-  EXPECT_EQ(registry.depth(0), depth);  // never registered, nothing taken back
-
-  TestThread goes([&] { gCore = nullptr; });
+  gCore = core;
+  TestThread goes([] { gCore = nullptr; });
   goes.run();
   EXPECT_EQ(registry.depth(0), depth + 1);
   gCore = core;
@@ -203,6 +185,73 @@ TEST(OrlanThreadTest, SetsThePriorityAndReportsWhatTheSystemRefuses) {
   }
   go.open();
   thread.join(nullptr);
+}
+
+/// Plays a script on a registry and notes after each step what it tells of the calling thread, as depth.value, with an
+/// m for the main thread. r, L and P register, u and U unregister, + and - change the depth, a digit is attached as
+/// value and context. What stands in brackets is played by another thread, of which the note is made behind them.
+class RegistryPlayer {
+ public:
+  std::string play(const std::string& script) {
+    std::string notes;
+    for (std::size_t at = 0; at < script.size(); ++at) {
+      std::uint32_t id = fRegistry.getThisId();
+      if (script[at] == '(') {
+        const std::size_t end = script.find(')', at);
+        std::string other;
+        HostThread thread([&] { other = play(script.substr(at + 1, end - at - 1)); });
+        id = thread.id();
+        thread.join();
+        notes += "(" + other + ")";
+        at = end;
+      } else {
+        step(script[at], at % 2 == 0 ? 0 : id);
+        if (at % 2 == 0) id = 0;
+      }
+      const std::uint16_t value = fRegistry.getThisThreadPavo(id);
+      notes += std::to_string(static_cast<std::int32_t>(fRegistry.depth(id))) + "." + std::to_string(value & 0xF) +
+               (fRegistry.isMainThread(id) ? "m " : " ");
+      EXPECT_EQ(fRegistry.getThisThreadContext(id), value == 0 ? nullptr : fValues + (value - 0xFFF0));
+    }
+    return notes;
+  }
+
+ private:
+  void step(char kind, std::uint32_t id) {
+    std::uint32_t registered = fRegistry.getThisId();
+    if (kind == 'r') registered = fRegistry.registerThread();
+    if (kind == 'L') registered = fRegistry.registerLIRAThread();
+    if (kind == 'P') registered = fRegistry.registerPAVOThread();
+    EXPECT_EQ(registered, fRegistry.getThisId());
+    if (kind == 'u') fRegistry.unregisterThread(id);
+    if (kind == 'U') fRegistry.unregisterLIRAThread(id);
+    if (kind == '+') fRegistry.increaseDepth(id);
+    if (kind == '-') fRegistry.decreaseDepth(id);
+    if (kind < '0' || kind > '9') return;
+    fRegistry.setThisThreadPavo(static_cast<std::uint16_t>(0xFFF0 + kind - '0'), id);
+    fRegistry.setThisThreadContext(fValues + (kind - '0'), id);
+  }
+
+  ThreadRegistry fRegistry;
+  char fValues[10];
+};
+
+TEST(ThreadRegistryTest, TellsOfEachThreadWhatItsRegistrationsMade) {
+  static constexpr const char* ROWS[][2] = {
+      // Of a thread that it doesn't know.
+      {"5+-uU", "0.0 0.0 0.0 0.0 0.0 "},
+      // What is attached stays without a registration.
+      {"rr5uu-++r", "1.0 2.0 2.5 1.5 0.5 -1.5 0.5 1.5 2.5 "},
+      // LIRA sets the depth, and its end forgets the thread.
+      {"rrr7LUUL", "1.0 2.0 3.0 3.7 1.7 0.0 0.0 1.0 "},
+      // The first PAVO caller is the main thread.
+      {"(P)(PP)", "(1.0m )1.0m (1.0 2.0 )2.0 "},
+      // A known thread gets a second entry, looked at first; LIRA sees the older one.
+      {"rr5PPLUL", "1.0 2.0 2.5 1.0m 2.0m 2.0m 2.0 1.0 "},
+      // A newcomer, perhaps in the block of the removed entry.
+      {"PU(rP)", "1.0m 0.0 (1.0 1.0m )1.0m "},
+  };
+  for (const auto& [script, notes] : ROWS) EXPECT_EQ(RegistryPlayer().play(script), notes) << script;
 }
 
 }  // namespace

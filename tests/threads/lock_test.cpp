@@ -1,13 +1,13 @@
-#include "zqcore27/threads/mutex.h"
-
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <optional>
 
+#include "tests/support/at_once.h"
 #include "tests/threads/host_thread.h"
 #include "zqcore27/threads/condition.h"
 #include "zqcore27/threads/flag.h"
+#include "zqcore27/threads/read_write_lock.h"
 
 namespace {
 
@@ -31,10 +31,7 @@ TEST(OrlanMutexTest, IsFreeForOthersOnlyAfterAsManyUnlocksAsLocks) {
 }
 
 TEST(OrlanSynchronizedTest, ReleasesEveryKindOfLockOnEveryWayOut) {
-  OrlanMutex mutex;
-  const JTCMonitor monitor;
-  const JTCRecursiveMutex recursive;
-  const auto releases = [](auto& lock) {
+  const auto releases = [](auto&& lock) {
     try {
       const OrlanSynchronized hold(lock);
       throw 1;
@@ -42,28 +39,19 @@ TEST(OrlanSynchronizedTest, ReleasesEveryKindOfLockOnEveryWayOut) {
     }
     HostThread([&] { const OrlanSynchronized hold(lock); }).join();  // hangs where it is still held
   };
-  releases(mutex);
-  releases(monitor);
-  releases(recursive);
+  releases(OrlanMutex());
+  releases(JTCMonitor());
+  releases(JTCRecursiveMutex());
 }
 
 TEST(FlagTest, IsReadUnderTheMutexAndSetWithoutIt) {
   OrlanMutex mutex;
   Flag flag(&mutex, false);
-  {
-    std::optional<HostThread> reader;
-    const OrlanSynchronized hold(mutex);
-    reader.emplace([&] { EXPECT_TRUE(flag.value()); });
-    reader->waitUntilAsleep();
-    flag.set(true);
-  }
-
-  OrlanMutex otherMutex;
-  Flag other(&otherMutex, false);
-  other = flag;
-  EXPECT_TRUE(other.value());
-  const OrlanSynchronized hold(otherMutex);  // no longer the one that it reads under
-  HostThread([&] { EXPECT_TRUE(other.value()); }).join();
+  std::optional<HostThread> reader;
+  const OrlanSynchronized hold(mutex);
+  reader.emplace([&] { EXPECT_TRUE(flag.value()); });
+  reader->waitUntilAsleep();
+  flag.set(true);
 }
 
 TEST(OrlanConditionTest, TimedWaitTakesItsTimeAndHoldsTheMutexAgain) {
@@ -161,6 +149,89 @@ TEST(CondArgsTest, HandsAFlagOver) {
   });
   while (!args.flag()) args.wait();
   args.unlock();
+}
+
+/// A thread that asks for the lock, and gives it up again when it is told to leave.
+class Asking {
+ public:
+  Asking(ReadWriteLock& lock, bool write)
+      : fThread([this, &lock, write]() ZQCORE27_NO_THREAD_SAFETY_ANALYSIS {
+          write ? lock.write_lock() : lock.read_lock();
+          entered.open();
+          leave.pass();
+          write ? lock.write_unlock() : lock.read_unlock();
+        }) {}
+  ~Asking() { leave.open(); }
+  void waitUntilBlocked() { fThread.waitUntilAsleep(); }
+
+  Gate entered, leave;
+
+ private:
+  HostThread fThread;
+};
+
+TEST(ReadWriteLockTest, WaitingWriterEntersBehindTheLastReaderAndHoldsNoReaderBack) {
+  ReadWriteLock lock;
+  lock.read_lock();
+  Asking writer(lock, true);
+  writer.waitUntilBlocked();
+  for (int i = 0; i < 3; ++i) lock.read_lock();  // hangs where the writer is favoured
+  Asking(lock, false).entered.pass();
+  for (int i = 0; i < 4; ++i) {
+    EXPECT_FALSE(writer.entered.isOpen());
+    HostThread([&] { lock.read_unlock(); }).join();  // no owner: any thread may
+  }
+  writer.entered.pass();
+}
+
+TEST(ReadWriteLockTest, AllWaitingReadersEnterWhenTheWriterLeaves) {
+  ReadWriteLock lock;
+  EXPECT_FALSE(lock.hasWriteLock());
+  lock.write_lock();
+  HostThread([&] { EXPECT_TRUE(lock.hasWriteLock()); }).join();
+  Asking a(lock, false), b(lock, false), c(lock, false);
+  for (Asking* reader : {&a, &b, &c}) reader->waitUntilBlocked();
+  HostThread([&] { lock.write_unlock(); }).join();
+  for (Asking* reader : {&a, &b, &c}) reader->entered.pass();  // all at once: none has left
+  EXPECT_FALSE(lock.hasWriteLock());
+}
+
+TEST(ReadWriteLockTest, SpareUnlocksChangeNothing) {
+  ReadWriteLock lock;
+  lock.read_unlock();
+  lock.write_unlock();
+  lock.read_lock();
+  lock.write_unlock();  // nobody writes
+  Asking writer(lock, true);
+  writer.waitUntilBlocked();
+  EXPECT_FALSE(writer.entered.isOpen());
+  lock.read_unlock();
+  writer.entered.pass();
+  lock.read_unlock();  // nobody reads
+  EXPECT_TRUE(lock.hasWriteLock());
+}
+
+TEST(ReadWriteLockTest, KeepsWritersFromEverybody) {
+  static constexpr int ROUNDS = 3000;
+  ReadWriteLock lock;
+  int a = 0, b = 0;  // equal whenever nobody writes
+  std::atomic<int> torn{0};
+  atOnce(6, [&](int t) {
+    for (int i = 0; i < ROUNDS; ++i) {
+      if ((i + t) % 3 != 0) {
+        const OrlanSynchronizedRead hold(lock);
+        torn += a != b;
+        continue;
+      }
+      const OrlanSynchronizedWrite hold(lock);
+      ++a;
+      if (i % 64 == 0) std::this_thread::yield();
+      ++b;
+    }
+  });
+  EXPECT_EQ(torn, 0);
+  EXPECT_EQ(a, 6 * ROUNDS / 3);
+  EXPECT_FALSE(lock.hasWriteLock());
 }
 
 }  // namespace
