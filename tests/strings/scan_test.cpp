@@ -3,9 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <initializer_list>
-#include <sstream>
 #include <string>
 
 #include "zqcore27/strings/string.h"
@@ -51,26 +49,25 @@ TEST(ScanTest, AgreesWithTheRuntime) {
   each({"0x1F", " %7"}, {"%3i%x", "%%%d"});
 }
 
-/// The result of a scan and the two places behind it, "-" where one wasn't written.
+std::string shown(std::int32_t value) { return value == UNSET ? "-" : std::to_string(value); }
+
+/// The result of a scan and what the two places behind it hold then, "-" where one wasn't written.
 std::string integers(const char* text, const char* format) {
   std::int32_t first = UNSET, second = UNSET;
   const std::int32_t result = String(text).scan(format, &first, &second);
-  const auto word = [](std::int32_t value) { return value == UNSET ? "-" : std::to_string(value); };
-  return std::to_string(result) + " " + word(first) + " " + word(second);
+  return shown(result) + " " + shown(first) + " " + shown(second);
 }
 std::string texts(const char* text, const char* format) {
   char first[16] = "", second[16] = "";
   const std::int32_t result = String(text).scan(format, first, second);
-  return std::to_string(result) + "|" + first + "|" + second;
+  return shown(result) + "|" + first + "|" + second;
 }
 std::string numbers(const char* text, const char* format) {
   double value = UNSET;
-  char rest[80] = "";
+  char rest[80] = "", real[40] = "-";
   const std::int32_t result = String(text).scan(format, &value, rest);
-  std::ostringstream out;
-  out << result << " " << (value == UNSET ? "-" : "");
-  if (value != UNSET) out << value;
-  return out.str() + " " + rest;
+  if (value != UNSET) std::snprintf(real, sizeof real, "%g", value);
+  return shown(result) + " " + real + " " + rest;
 }
 
 TEST(ScanTest, HasRulesOfItsOwn) {
@@ -103,21 +100,17 @@ TEST(ScanTest, HasRulesOfItsOwn) {
                                     {"-.e55 ", "%lf", "1 0 "},       {"-0XP12 ", "%lf", "1 -0 "},
                                     {"0x10", "%lf%[^~]", "2 0 x10"}, {"0X1F", "%lf", "-1 - "},
                                     {"0X1F,", "%lf%[^~]", "0 - "},   {"infinit", "%lf", "-1 - "},
-                                    {"in", "%lf", "-1 - "},          {"inf", "%3lf", "-1 - "},
-                                    {"infinity", "%8lf", "-1 - "},   {"infinity,", "%8lf%[^~]", "0 - "},
+                                    {"inf", "%3lf", "-1 - "},        {"infinity,", "%8lf%[^~]", "0 - "},
                                     {"nans", "%4lf", "-1 - "},       {"nans,", "%5lf%[^~]", "2 nan ,"},
                                     {ZEROS, "%lf%[^~]", "2 1 2"}};
   each(integers, INTEGERS);
   each(texts, TEXTS);
   each(numbers, NUMBERS);
-  std::int32_t value = 0;
   float real = 0;
   char bytes[8] = {};
   EXPECT_EQ(String("1.5e3").scan("%hf", &real), 1);
   EXPECT_EQ(real, 1500.0f);
-  EXPECT_EQ(String(u"\x0131\x0232\x0100\x0033").scan("%d", &value), 1) << "the low byte of a unit decides";
-  EXPECT_EQ(value, 12);
-  EXPECT_EQ(String(u"\x00E4\x01E4\x00FF+").scan("%[\xFF\xE4]", bytes), 1);
+  EXPECT_EQ(String(u"\x00E4\x01E4\x00FF+").scan("%[\xFF\xE4]", bytes), 1) << "the low byte of a unit decides";
   EXPECT_STREQ(bytes, "\xE4\xE4\xFF");
 }
 

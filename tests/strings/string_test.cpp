@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -11,8 +11,7 @@
 #include "tests/support/text.h"
 #include "zqcore27/errors/mem_error.h"
 #include "zqcore27/errors/string_error.h"
-#include "zqcore27/strings/nat_string.h"
-#include "zqcore27/strings/wide_string.h"
+#include "zqcore27/strings/print_to.h"
 
 namespace {
 
@@ -46,13 +45,11 @@ TEST(StringTest, BlocksAreExactAndKept) {
   EXPECT_EQ(state(s), "ab|2|202");
   s = "cdefg";
   EXPECT_EQ(state(s), "cdefg|5|202");
-  EXPECT_EQ(s.end() - s.begin(), 6);
   EXPECT_EQ(state(t), "abc|3|8");
   t += u"de";
   EXPECT_EQ(state(t), "abcde|5|12");
   t += 'f';
   t += 0;
-  t += NO_UNITS;
   EXPECT_EQ(state(t), "abcdef|6|14");
   EXPECT_EQ(String(wide(u"a\0b"), 3).size(), 3u);
   EXPECT_EQ(utf8(String("ab\0cd", 5)), "ab");
@@ -73,12 +70,10 @@ TEST(StringTest, WhatEndsShrinksFailsOrMovesLeavesText) {
   String s("abcdef");
   s[6] = 'y';  // written full
   EXPECT_EQ(s.terminate(), 6u);
-  for (const unsigned n : {7u, 0xFFFFFFFFu}) EXPECT_EQ(s.terminate(n), 6u);
+  EXPECT_EQ(s.terminate(7u), 6u);
   for (const int n : {7, -1}) EXPECT_EQ(s.terminate(s.begin() + n), 6u);
   EXPECT_EQ(s.terminate(s.begin() + 3), 3u);
   EXPECT_EQ(utf8(s), "abc");
-  EXPECT_EQ(s.terminate(6u), 6u);
-  EXPECT_EQ(s.terminate(), 3u);
   for (const auto& [bytes, text] : {std::pair{8, "abc|3|8"}, {6, "ab|2|6"}, {4, "a|1|4"}, {1, "|0|0"}}) {
     s.resize(static_cast<unsigned>(bytes));
     EXPECT_EQ(state(s), text);
@@ -91,12 +86,10 @@ TEST(StringTest, WhatEndsShrinksFailsOrMovesLeavesText) {
   const String taken(std::move(s));
   s += 'x';  // NOLINT: a moved-from text is empty
   EXPECT_EQ(utf8(s), "x");
-  EXPECT_EQ(nullString().size(), 0u);
 
   // Huge lengths are refused, and nothing changes.
   String many, longText;
   for (const unsigned n : {0x7FFFFFFFu, 0xFFFFFFFFu}) EXPECT_THROW(s.fill(n, 'x'), MemError);
-  EXPECT_THROW(String(wide(u"a"), 0xFFFFFFFFu), MemError);
   EXPECT_THROW(String("a", 0xFFFFFFFFu), MemError);
   EXPECT_EQ(utf8(s), "x");
   many.fill(65536, 'x');
@@ -111,32 +104,27 @@ TEST(StringTest, OperatorsOfAHostAreNotAmbiguous) {
   EXPECT_TRUE(s == mutableUnits && mutableUnits == s && !(s != mutableUnits));
   EXPECT_TRUE(s == "ABC" && s == u"abc" && s != nullptr && String() == nullptr);
   EXPECT_TRUE(String("abd") < s && !(s < "abd") && !(s < "ABC")) << "compare is second minus first";
-  EXPECT_EQ(utf8(*std::set<String, StringLess>{"b", "A", "a", "C"}.begin()), "A");
   EXPECT_TRUE(s[1L] == 'b' && s[1] == 'b' && s[1u] == 'b' && s[std::size_t{1}] == 'b');
 }
 
 TEST(NatStringTest, CountsItsTerminatorAsWideStringDoes) {
   NatString n(NO_UNITS), assigned;
-  n += reinterpret_cast<const unsigned char*>("");
-  EXPECT_EQ(state(n), "|1|1");
   n += reinterpret_cast<const unsigned char*>("abc");
   n += reinterpret_cast<const unsigned char*>(n.begin());
   EXPECT_EQ(state(n), "abcabc|7|7");
   assigned = n;
   EXPECT_EQ(state(assigned), "abcabc|7|7");
-  assigned.erase();
-  EXPECT_EQ(blockSize(assigned), 1u);
   EXPECT_EQ(state(NatString(std::move(n))), "abcabc|7|7");
   EXPECT_STREQ(n.begin(), "");  // NOLINT: a moved-from text is empty
-  EXPECT_EQ(state(NatString(String("ab"))), "ab|3|7");
+  for (const NatString& made : {NatString(String("ab")), NatString(wide(u"ab"))}) EXPECT_EQ(state(made), "ab|3|7");
   EXPECT_EQ(NatString(String(wide(u"a\0b"), 3)).size(), 2u);
 
-  const WideString w(String("ab")), none(NO_UNITS), copy(none);
+  const WideString w(String("ab")), none(NO_UNITS);
   WideString wideAssigned(none);
   wideAssigned = w;
   EXPECT_EQ(state(wideAssigned), "ab|3|6");
+  EXPECT_EQ(state(WideString(std::move(wideAssigned))), "ab|3|6");
   EXPECT_EQ(state(none), "|0|0");
-  EXPECT_EQ(state(copy), "|0|0");
 }
 
 // What a search finds otherwise, and what changes make of a text, is held against plain loops by a fuzz target.
@@ -156,11 +144,9 @@ TEST(StringSearchTest, EndsOfTextsAndOfBlocks) {
 
   String empty, source("source"), s("aBcz");
   empty.toUpper();
-  empty.toLower();
   empty.replaceChars(0, 'x');
   empty.copyMax(source, 3);
-  EXPECT_EQ(empty.begin(), strNULL);
-  EXPECT_EQ(strNULL[0], 0);
+  EXPECT_TRUE(empty.begin() == strNULL && strNULL[0] == 0);
   s.copyMax(source, 2);
   EXPECT_EQ(utf8(s), "socz");
   EXPECT_TRUE(String(" \t\r\n").isBlank() && !String("\v").isBlank() && String("0129").isNumber());
@@ -174,13 +160,8 @@ TEST(StringTest, UTF8ComesInBlocksOfExactSizeFromAnySource) {
   EXPECT_EQ(utf8(s), "\u00E9z");
   NatString out;
   s.toUTF8(out);
-  EXPECT_STREQ(out.begin(), "\u00E9z");
-  EXPECT_EQ(out.MemResizable::size(), 4u);
+  EXPECT_EQ(state(out), "\u00E9z|4|4");
   s.buildfromUTF8(nullptr, 0);  // nothing is read
-  EXPECT_EQ(s.begin(), strNULL);
-  EXPECT_EQ(s.size(), 0u);
-  EXPECT_EQ(String::fromUTF8({}).begin(), strNULL);
-  s.buildfromUTF8(reinterpret_cast<const unsigned char*>(""));
   EXPECT_EQ(s.begin(), strNULL);
 
   // The prefix before an error stays; the second ends at the end of a block.
@@ -203,6 +184,24 @@ TEST(StringTest, BlocksAreClearBehindNativeText) {
   const MemResizable& block = s;
   EXPECT_EQ(block.size(), 2 * (bytes.size() + 1));
   for (unsigned i = 2 * s.size(); i < block.size(); ++i) EXPECT_EQ(block[i], 0) << i;
+  setACPid(0);
+}
+
+TEST(PrintTest, TestsShowWhatStreamsHide) {
+  setACPid(65001);
+  const String text(u"gr\u00fc\u00df \u20ac \"\\\n\t\u007f\u0085b\ufeff");
+  const auto check = [](const auto& t) {
+    std::ostringstream streamed;
+    streamed << t;
+    EXPECT_EQ(streamed.str(), "gr\u00fc\u00df \u20ac \"\\\n\t\x7f\u0085b\ufeff");
+    EXPECT_EQ(testing::PrintToString(t),
+              "\"gr\u00fc\u00df \u20ac "
+              R"(\"\\\n\u0009\u007f\u0085b\ufeff")");
+  };
+  check(text);
+  check(WideString(text));
+  check(NatString(text));
+  EXPECT_EQ(testing::PrintToString(String(std::u16string_view(u"a\0b\xd83d\xde00", 5))), R"("a\u0000b\ud83d\ude00")");
   setACPid(0);
 }
 
