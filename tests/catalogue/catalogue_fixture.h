@@ -57,9 +57,7 @@ class CatalogueTest : public testing::Test {
   std::string pathOf(const std::string& name) const { return fDirectory / name; }
   void write(const std::string& name, const std::string& bytes) const { fDirectory.write(name, bytes); }
   void write(const std::string& name, const std::map<std::uint32_t, std::u16string>& texts) const {
-    CatalogueBuilder b;
-    b.texts = texts;
-    write(name, b.bytes());
+    write(name, CatalogueBuilder{.texts = texts}.bytes());
   }
 
   TempDir fDirectory;
