@@ -1,6 +1,4 @@
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <atomic>
@@ -44,20 +42,15 @@ TEST(CoreLogTest, HandsEverythingToTheListenerThatWasSetLast) {
   auto* const former = new Recorder(first);
   const auto beyond = static_cast<LogVerbosityCode>(77);  // nothing is filtered
   CoreLog log;
-  EXPECT_EQ(log.getListener(), nullptr);
   log.setLog(former);
   log.setLog(nullptr);
   log.log("\xFF is no text, and isn't converted", VERBOSITY_ALWAYS);
   log.log(String("text"), VERBOSITY_DEBUG);
   log.log(StringError(1, false), beyond);
   log.eventlog("\xFF", String("source"), 1, 2, 3);
-  log.eventlog(String("text"), String("source"), 1, 2, 3);
   log.setLog(former);
   auto* const latter = new Recorder(second);
   log.setLog(latter);
-  EXPECT_EQ(latter->getVerbosity(), 0u);
-  latter->setVerbosity(5);
-  EXPECT_EQ(latter->getVerbosity(), 5u) << "not folded";
   log.log("native \xC3\xA9", VERBOSITY_WARNING);
   log.log(String(u"text"), beyond);
   log.log(StringError(1, false), VERBOSITY_ERROR);
@@ -79,7 +72,6 @@ TEST(CoreLogTest, HandsEverythingToTheListenerThatWasSetLast) {
 TEST(CoreLogTest, NumbersFoldIntoLevels) {
   static constexpr unsigned int LEVELS[] = {0, 1, 2, 8, 8, 8, 8, 8, 8, 9, 10, 10};
   for (unsigned int n = 0; n < std::size(LEVELS); ++n) EXPECT_EQ(CoreLog::intToVerbosityCode(n), LEVELS[n]) << n;
-  EXPECT_EQ(CoreLog::intToVerbosityCode(0xFFFFFFFF), 10u);
 }
 
 TEST(LogListenerTest, IsAStreamThatDropsItsTextAtTheFlush) {
@@ -91,7 +83,6 @@ TEST(LogListenerTest, IsAStreamThatDropsItsTextAtTheFlush) {
   listener << "17 held ";
   int n = 0;
   EXPECT_TRUE(std::istream(&buffer) >> n && n == 17 && area[0] == '\0');  // the area isn't used
-  EXPECT_EQ(buffer.str(), "17 held ");
   listener << std::endl << std::flush;
   EXPECT_EQ(buffer.str(), "");
   EXPECT_TRUE(listener.good() && seen.empty());
@@ -141,66 +132,37 @@ struct SmallBuffer : std::stringbuf {
   std::atomic<bool> busy = false;
 };
 
-/// Logs five messages, of which the second is torn and the third has no room at all.
-void fill(WritingLogListener& listener, const auto& makeRoom) {
+TEST(StreamLogListenerTest, TellsWhatWasLostOnAFreshLine) {
+  SmallBuffer buffer;
+  std::ostream out(&buffer);
+  StreamLogListener listener(out);
   const auto log = [&](const char* text, int room) {
-    makeRoom(room);
+    buffer.room = room;
+    out.clear();
     listener.log(String(text), VERBOSITY_ALWAYS);
   };
   log("whole", 1000);
   log("torn by a disk that is full", 30);
   log("lost", 0);
   log("written", 1000);
-  log("at the end", 1000);
   EXPECT_EQ(listener.lost(), 2u);
-}
-const std::string FILLED = "@0 whole\n@0 tor\n@0 messages lost: 2\n@0 written\n@0 at the end\n";
-
-TEST(StreamLogListenerTest, TellsWhatWasLostOnAFreshLine) {
-  SmallBuffer buffer;
-  std::ostream out(&buffer);
-  StreamLogListener listener(out);
-  fill(listener, [&](int room) { buffer.room = room, out.clear(); });
-  EXPECT_EQ(untimed(buffer.str()), FILLED);
-
-  buffer.str("");
-  out.setstate(std::ios::badbit);
-  for (int i = 0; i < 3; ++i) listener.log(String("lost"), VERBOSITY_ALWAYS);
-  out.clear();
-  out.exceptions(std::ios::badbit);
   buffer.throws = true;
-  listener.log(String("written"), VERBOSITY_ERROR);
-  buffer.room = 30;
-  EXPECT_THROW(listener.log(String("torn"), VERBOSITY_ALWAYS), std::runtime_error);
-  EXPECT_EQ(listener.lost(), 6u) << "and the lock is free";
-  buffer.room = 1000;
-  out.clear();
-  listener.log(String("end"), VERBOSITY_ERROR);
-  EXPECT_EQ(untimed(buffer.str()), "@0 messages lost: 3\n@1 written\n@0 tor\n@0 messages lost: 1\n@1 end\n");
+  out.exceptions(std::ios::badbit);
+  EXPECT_THROW(log("torn as well", 30), std::runtime_error);
+  EXPECT_EQ(listener.lost(), 3u) << "and the lock is free";
+  log("end", 1000);
+  EXPECT_EQ(untimed(buffer.str()),
+            "@0 whole\n@0 tor\n@0 messages lost: 2\n@0 written\n@0 tor\n@0 messages lost: 1\n@0 end\n");
 }
 
 TEST(FileLogListenerTest, AppendsWholeLinesAndCountsWhatIsLost) {
   const TempDir dir;
   const std::string path = dir.write("log", "old\n");
-  FileLogListener one(path.c_str()), two(path.c_str());
-  rlimit before;
-  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
-  const auto handler = ::signal(SIGXFSZ, SIG_IGN);
-  fill(one, [&](int room) {
-    const rlimit most = {std::filesystem::file_size(path) + static_cast<rlim_t>(room), before.rlim_max};
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &most), 0);
-  });
-  ::setrlimit(RLIMIT_FSIZE, &before);
-  ::signal(SIGXFSZ, handler);
-  two.log(String("two"), VERBOSITY_ALWAYS);
-  one.log(String("one"), VERBOSITY_ALWAYS);
-  EXPECT_EQ(untimed(dir.read("log")), "old\n" + FILLED + "@0 two\n@0 one\n");
-  for (const std::string& bad : {std::string("/dev/full"), dir.path().string(), dir / "missing/log"}) {
-    FileLogListener listener(bad.c_str());
-    EXPECT_EQ(listener.isOpen(), bad == "/dev/full") << bad;
-    for (int i = 0; i < 5; ++i) listener.log(String("lost"), VERBOSITY_ALWAYS);
-    EXPECT_EQ(listener.lost(), 5u) << bad;
-  }
+  FileLogListener one(path.c_str()), two(path.c_str()), full("/dev/full"), closed((dir / "missing/log").c_str());
+  for (FileLogListener* listener : {&one, &two, &one, &full, &closed}) listener->log(String("text"), VERBOSITY_ALWAYS);
+  EXPECT_EQ(untimed(dir.read("log")), "old\n@0 text\n@0 text\n@0 text\n");
+  EXPECT_TRUE(one.lost() == 0 && full.lost() == 1 && closed.lost() == 1);
+  EXPECT_TRUE(one.isOpen() && !closed.isOpen());
 }
 
 TEST(RecentLogListenerTest, KeepsTheLastLines) {
@@ -227,7 +189,7 @@ TEST(LineLogListenerTest, ManyThreadsLogWholeLines) {
       stream.setVerbosity(VERBOSITY_DEBUG);
       stream.log(text, VERBOSITY_DEBUG);
       recent.log(text, VERBOSITY_DEBUG);
-      EXPECT_TRUE(i % 16 != 0 || (recent.count() != 0 && recent.text().size() != 0 && stream.lost() == 0));
+      EXPECT_TRUE(i % 16 != 0 || (recent.text().size() != 0 && stream.lost() == 0));
     }
   });
   for (const std::string& log : {buffer.str(), utf8(recent.text())}) {
