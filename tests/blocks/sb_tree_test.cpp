@@ -2,8 +2,8 @@
 
 #include <functional>
 #include <map>
-#include <thread>
 
+#include "tests/support/at_once.h"
 #include "tests/support/tree_text.h"
 #include "zqcore27/blocks/sb_tree_child_iterator.h"
 #include "zqcore27/blocks/sb_tree_error.h"
@@ -193,35 +193,20 @@ TEST(SBTreeIteratorTest, MovesAlongPaths) {
       {__LINE__, SPEC, nullptr, nullptr, "idPCnnidnnnnidn", ". 0 yes yes 2 3 3 1 0 1 4 . . 0 2"},
       {__LINE__, SPEC, nullptr, nullptr, "m1a5a3a1a4>ppa1", "yes yes yes yes no . 3 . no"},
       {__LINE__, SPEC, nullptr, nullptr, "m0m3m4m2idm2", "yes no yes no . 0 yes"},  // never back; the end starts over
-      {__LINE__, SPEC, nullptr, nullptr, "m4294967295inm4000000000n", "no . 2 no 2"},
-      {__LINE__, "-", nullptr, nullptr, "nidPa0", ". . 0 no yes"},
-      {__LINE__, "- .:.,0:0", nullptr, nullptr, "nfl", ". . 0"},
-      {__LINE__, "- 0:0,0:0,0:0", nullptr, nullptr, "nnnn", "0 0 0 ."},
-      {__LINE__, shared, nullptr, nullptr, "m0cic", "yes 0 0 ."},
       {__LINE__, shared, "0010", "1000", "nPnPnPCfnn>", "2 no 3 yes 0 yes yes . 1 . ."},
-      {__LINE__, shared, "0010", nullptr, "nnp<ffPC", "2 3 . 2 0 . yes yes"},  // moves down enter terminators
       {__LINE__, "- - 0:0 1:2 3:3", nullptr, "001", "CnCnCnCnC", "no 3 no 1 no 2 yes 0 yes"},  // and all below one
       {__LINE__, SPEC, "11111111", "11111111", "PCnPC", "yes no 2 no yes"},  // the root's bits are cleared
       // Changes below the iterator, on its path, at its node, and of its parent.
       {__LINE__, SPEC, nullptr, nullptr, "m1-2ipn", "yes 1 2 0"},
-      {__LINE__, "- - 0:1 2:2", nullptr, nullptr, "m1-1indpn", "yes 1 0 3 1 0"},  // at its parent's new index
-      {__LINE__, "- - - 0:0,1:1,2:2", nullptr, nullptr, "nn-0in", "0 1 0 1"},     // a run in front of its own went
-      {__LINE__, "- 0:0,0:0", nullptr, nullptr, "nn+1n", "0 0 ."},                // the number of passed runs stays
-      {__LINE__, "- - 0:0,1:1 1:1,0:0 2:3", nullptr, nullptr, "m1-2>", "yes ."},
+      {__LINE__, "- - - 0:0,1:1,2:2", nullptr, nullptr, "nn-0in", "0 1 0 1"},  // a run in front of its own went
       {__LINE__, SPEC, nullptr, "11111111", "+0C", "no"},
       {__LINE__, SPEC, nullptr, nullptr, "m1r3>npn", "yes . 4 . ."},
       {__LINE__, SPEC, nullptr, nullptr, "m4-5-4-3-2-1-0ni", "yes . ."},
       {__LINE__, SPEC, nullptr, nullptr, "m0xi>nP", "yes 0 . . no"},  // nothing of the old store is read
       // Broken order: nodes that don't exist, reversed runs, circles.
-      {__LINE__, "- 8:9,0:0", nullptr, nullptr, "nPfnnn", "8 no . 9 0 ."},
-      {__LINE__, "- 2147483647:4000000000,0:0", nullptr, nullptr, "nn<l<", "2147483647 . . 0 ."},
       {__LINE__, "- 4:2,0:0", nullptr, nullptr, "n>l<", "4 . . ."},
-      {__LINE__, "- 4:2,0:0", nullptr, nullptr, "l<<", "0 2 ."},
       {__LINE__, "- 0:1", nullptr, nullptr, "nnfnm7", "0 1 0 1 no"},  // circles stop walks, not moves
-      {__LINE__, "2:2 0:0 0:1", nullptr, nullptr, "nnnnnnn", "0 2 1 0 2 . 0"},
-      {__LINE__, "- - 2:1", nullptr, nullptr, "nnn", "2 . 2"},
       {__LINE__, "- 2:0 1:1", nullptr, nullptr, "nnn", "1 2 ."},
-      {__LINE__, "- 2:1", nullptr, nullptr, "lnl", "1 . 1"},
       {__LINE__, "0:2 0:2 0:2", nullptr, nullptr, "m9m2m0m9", "no yes yes no"},
   };
   for (const auto& row : ROWS) {
@@ -260,14 +245,6 @@ TEST(SBTreeTest, StandsAloneWithoutNodesAndWithoutAStore) {
   tree.setRootNodeIdx(77);
   EXPECT_EQ(script.run("nnidPs"), "77 . . 0 no .");
   EXPECT_FALSE(tree.call(SupaBlockEvent()));
-  SupaBlockEvent handmade;
-  handmade.fKind = SupaBlockEvent::SB_EVENT_INSERT;
-  handmade.fIndex = -1;
-  EXPECT_TRUE(tree.call(handmade));
-  EXPECT_EQ(treeText(tree), SPEC);
-  tree.getSBHints()->fAvgRuns = 0;
-  tree.clearTreeNodes();
-  EXPECT_EQ(tree.getSBHints()->fAvgRuns, 0u);
 }
 
 TEST(SBTreeTest, GivesRunsAndChildren) {
@@ -322,12 +299,6 @@ TEST(SBTreeIteratorTest, ComparesAndTakesOverPlaces) {
   EXPECT_TRUE(far == b && Inspector::iterators(tree) == 3 && Inspector::iterators(other) == 0);
   tree.buildTreeNodeInsert(0, nullptr, 0);
   EXPECT_EQ(far.getNodeIndex(), 1u);
-  SBTreeIterator low(&tree), high(&tree);  // on one path, below two roots
-  tree.setRootNodeIdx(2);
-  low.moveToDFIndex(1);
-  tree.setRootNodeIdx(3);
-  high.moveToDFIndex(1);
-  EXPECT_TRUE(low == high);
   const std::unique_ptr<TreeIterator> made(far.vConstruct());
   EXPECT_TRUE(made->getNodeDepth() == NONE && !(*made == far));
 }
@@ -373,21 +344,15 @@ TEST(SBTreeIteratorTest, RaisesOnceItIsInvalid) {
   TreeIterator& base = good;
   const std::function<void(SBTreeIterator&)> USES[] = {
       [](auto& it) { it.getNodeIndex(); },   [](auto& it) { it.nextDFNode(false); },
-      [](auto& it) { it.isAClone(); },       [](auto& it) { it.getNodeDepth(); },
-      [](auto& it) { it.firstChildNode(); }, [](auto& it) { it.isAParent(); },
-      [](auto& it) { it.parentNode(); },     [](auto& it) { it.lastChildNode(); },
-      [](auto& it) { it.nextClone(); },      [](auto& it) { it.nextSibling(); },
-      [](auto& it) { it.moveToDFIndex(1); }, [](auto& it) { it.prevClone(); },
-      [](auto& it) { it.prevSibling(); },    [&](auto& it) { (void)(it == good); },
-      [](auto& it) { it.testIter(true); },   [&](auto& it) { it = good; },
-      [&](auto& it) { it = base; }};
+      [](auto& it) { it.moveToDFIndex(1); }, [&](auto& it) { (void)(it == good); },
+      [](auto& it) { it.testIter(true); },   [&](auto& it) { it = base; },
+      [](auto& it) { it.prevClone(); },      [](auto& it) { it.isAClone(); }};
   for (const auto& use : USES) {
     EXPECT_EQ(storeErrorOf([&] { use(bad); }), SupaBlockError::INVALID_ITERATOR);
     EXPECT_EQ(storeErrorOf([&] { use(treeless); }), SupaBlockError::INVALID_ITERATOR);
     EXPECT_EQ(storeErrorOf([&] { use(good); }), 0u);
   }
   EXPECT_TRUE(bad.isADescendant(3) && !bad.testIter(false) && !treeless.isADescendant(0));
-  EXPECT_TRUE(std::unique_ptr<TreeIterator>(bad.vConstruct())->nextDFNode(false) == 5);
   good = bad;  // a place, not the state
   good = treeless;
   EXPECT_TRUE(good.testIter(false) && good.getNodeIndex() == 1 && good.nextDFNode(false) == 4);
@@ -412,14 +377,9 @@ TEST(SBTreeTest, TakesItsIteratorsAlong) {
 TEST(SBTreeTest, LetsIteratorsComeAndGoOnOtherThreads) {
   SBTree tree{SupaBlockHints()};
   buildTree(tree, SPEC);
-  std::vector<std::thread> threads;
-  for (int n = 0; n < 2; ++n) {
-    threads.emplace_back([&tree] {
-      for (int i = 0; i < 300; ++i) SBTreeIterator(&tree).invalidate();
-    });
-  }
-  for (int i = 0; i < 300; ++i) tree.buildTreeNodeInsert(0, nullptr, 0);
-  for (std::thread& t : threads) t.join();
+  atOnce(3, [&tree](int t) {
+    for (int i = 0; i < 300; ++i) t == 0 ? tree.buildTreeNodeInsert(0, nullptr, 0) : SBTreeIterator(&tree).invalidate();
+  });
   EXPECT_EQ(Inspector::iterators(tree), 0u);
   EXPECT_EQ(tree.getRootNodeIdx(), 305u);
 }

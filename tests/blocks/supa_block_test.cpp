@@ -17,18 +17,11 @@ TEST(SupaBlockTest, AdjustsItsHints) {
     std::vector<std::uint32_t> expected;  // the hints, the mask of the directory, the target of a body
   } ROWS[] = {
       {__LINE__, hintsOf(0, 0, 0, 0, 0), {10668, 16, 50, 500, 0, 0, 4400}},
-      {__LINE__, hintsOf(0x40000000, 16, 8, 4000, 2), {0x40000000, 16, 8, 4000, 2, 3, 32064}},
       {__LINE__, hintsOf(0, 16, 0, 0, 9), {10668, 16, 50, 500, 3, 7, 4400}},  // held against 0, not 500
       {__LINE__, hintsOf(0, 16, 900, 100, 5), {19200, 16, 100, 900, 5, 31, 8000}},
-      {__LINE__, hintsOf(1000, 16, 0, 0, 0), {1000, 16, 16, 32, 0, 0, 384}},
-      {__LINE__, hintsOf(0, 16, 2, 5, 0), {108, 16, 2, 5, 0, 0, 48}},  // the middle of an odd range
-      {__LINE__, hintsOf(59, 16, 0, 0, 0), {59, 16, 1, 1, 0, 0, 16}},  // no block fits
-      {__LINE__, hintsOf(3, 16, 0, 0, 0), {3, 16, 1, 1, 0, 0, 4}},     // the target is cut, rounded up
+      {__LINE__, hintsOf(59, 16, 0, 0, 0), {59, 16, 1, 1, 0, 0, 16}},                     // no block fits
       {__LINE__, hintsOf(0, 16, 0, 100, 77), {2136, 16, 50, 100, 31, 0x7FFFFFFF, 1200}},  // no shift by 32 or more
-      {__LINE__,
-       hintsOf(0, 0xFFFFFFFF, 0, 0xFFFFFFFF, 0),
-       {0xFFFFFFFC, 0xFFFFFFFF, 50, 0xFFFFFFFF, 0, 0, 0xFFFFFFFC}},                                    // no sum wraps
-      {__LINE__, hintsOf(0, 1, 0, 0xFFFFFFFF, 0), {0xFFFFFFFC, 1, 50, 0xFFFFFFFF, 0, 0, 0x80000018}},  // nor this one
+      {__LINE__, hintsOf(0, 0xFFFFFFFF, 0, 0xFFFFFFFF, 0), {0xFFFFFFFC, 0xFFFFFFFF, 50, 0xFFFFFFFF, 0, 0, 0xFFFFFFFC}},
       {__LINE__, hintsOf(0xFFFFFFFF, 0xFFFFFFFF, 0, 0xFFFFFFFF, 0), {0xFFFFFFFF, 0xFFFFFFFF, 1, 1, 0, 0, 0xFFFFFFFC}},
   };
   for (const auto& row : ROWS) {
@@ -68,19 +61,6 @@ TEST(SupaBlockTest, AnswersReads) {
   }
 }
 
-TEST(SupaBlockTest, RemembersTheLastHitOfAScan) {
-  SupaBlock s(SupaBlock::SB_LINEAR, hintsOf(100, 16, 2, 4, 0));
-  for (int i = 0; i < 20; ++i) insertText(s, i, "12345678");
-  ASSERT_GT(Inspector::superBlocks(s).size(), 2u);
-  s.getBlock(19);
-  EXPECT_EQ(Inspector::lastHit(s), Inspector::superBlocks(s).back().get());
-  s.getBlock(20);
-  EXPECT_EQ(Inspector::lastHit(s), nullptr);
-  s.getBlock(0);
-  s.deleteBlock(1);
-  EXPECT_EQ(Inspector::lastHit(s), nullptr);
-}
-
 TEST(SupaBlockTest, MakesRoomAndTellsOfIt) {
   const auto EASY = hintsOf(0, 16, 0, 0, 0), TO_384 = hintsOf(1000, 16, 0, 0, 0), LOW_96 = hintsOf(200, 16, 4, 8, 0),
              UP_TO_100 = hintsOf(100, 8, 4, 8, 0),  // a target of 48 bytes; bodies grow to 100 and divide then
@@ -94,52 +74,29 @@ TEST(SupaBlockTest, MakesRoomAndTellsOfIt) {
   } ROWS[] = {
       {__LINE__, EASY, "", "r10:8", "", "10:52/4400"},
       {__LINE__, EASY, "", "i600:4", "", "274:1100/4400 549:1100/4400 600:208/4400"},
-      {__LINE__, TO_384, "", "i0:384", "", "0:388/388"},  // just the target: 4 bytes more are made
-      {__LINE__, TO_384, "", "i0:996", "", "0:1000/1000"},
-      {__LINE__, TO_384, "", "r2:380", "", "1:8/384 2:384/384"},  // two thirds of three
-      {__LINE__, TO_384, "", "i4:380", "", "1:8/384 3:8/384 4:384/384"},
-      {__LINE__, TO_384, "", "i1:996", "", "0:4/384 1:1000/1000"},
-      {__LINE__, hintsOf(0, 1, 8, 12, 0), "", "i7:4", "", "7:36/36"},  // fillers outgrow the 12
-      {__LINE__, TO_384, "i0:200", "i10:1 i12:1", "",
-       "6:228/384 12:32/384"},  // 180 free bytes hold 11 blocks of 16 at most
-      {__LINE__, TO_384, "i0:200", "i11:1", "", "6:228/384 11:24/384"},
-      {__LINE__, TO_384, "i0:200", "i2:300", "", "0:204/384 2:308/384"},
-      {__LINE__, TO_384, "i0:200", "i20:1", "", "11:248/384 20:40/384"},
-      {__LINE__, hintsOf(101, 8, 4, 6, 0), "i0:8", "r0:60 i20:4", "0..0(1) 1..0(1)",
-       "6:88/1116 11:20/40 16:20/40 20:20/40"},  // 131 would fit, but 6 is the most
+      {__LINE__, TO_384, "", "r2:380", "", "1:8/384 2:384/384"},               // two thirds of three
+      {__LINE__, hintsOf(0, 1, 8, 12, 0), "", "i7:4", "", "7:36/36"},          // fillers outgrow the 12
+      {__LINE__, TO_384, "i0:200", "i10:1 i12:1", "", "6:228/384 12:32/384"},  // the free bytes hold 11 of 16
+      {__LINE__, AT_101, "i0:8", "r0:60 i20:4", "0..0(1) 1..0(1)",
+       "6:88/1116 11:20/40 16:20/40 20:20/40"},                                                        // 6 at most
       {__LINE__, hintsOf(3000, 16, 4, 8, 0), "i0:88", "i0:8", "0..0(1) 0..0(1) +0(2)", "1:104/1140"},  // growth
       {__LINE__, LOW_96, "i0:88", "i0:8", "0..0(1) 0..0(1) +0(2)", "1:104/200"},  // that of an insert is capped
-      {__LINE__, hintsOf(3000, 16, 4, 8, 0), "i0:88", "r0:100", "0..0(1) 1..0(1)", "0:104/1132"},
-      {__LINE__, LOW_96, "i0:88", "r0:100", "0..0(1) 1..0(1)", "0:104/1132"},  // that of a replace isn't
-      {__LINE__, LOW_96, "i0:88", "r0:100 i0:100", "0..0(1) 1..0(1) 0..0(1) +0(2)", "1:208/1132"},  // fits
       {__LINE__, hintsOf(400, 8, 4, 8, 0), "i0:40 29*i1:8 i0:40", "i12:100", "13..30(31) 12..12(31) +12(32)",
        "1:88/400 13:236/400 31:216/216"},  // the moved bytes outgrow the target
       {__LINE__, UP_TO_100, FIVE, "i5:1", "", "3:48/48 5:20/48"},
-      {__LINE__, UP_TO_100, FIVE, "r7:1", "", "3:48/48 7:28/48"},
-      {__LINE__, UP_TO_100, FIVE, "r1:8", "", "3:48/48 4:12/48"},
-      {__LINE__, UP_TO_100, FIVE, "d5", "", "3:48/48 4:12/48"},
       {__LINE__, UP_TO_100, FIVE, "d1", "1..3(5) -1(4)", "2:36/48 3:12/48"},
-      {__LINE__, UP_TO_100, FIVE, "d4", "4..4(5) -4(4)", "3:48/48 3:0/48"},
-      {__LINE__, UP_TO_100, FIVE, "i4:1", "4..4(5) +4(6)", "3:48/48 5:20/48"},
       {__LINE__, UP_TO_100, FIVE, "i1:1", "0..3(5) 1..3(5) +1(6)", "4:56/100 5:12/48"},  // grows first
       {__LINE__, UP_TO_100, FIVE, "r1:1", "2..3(5)", "3:44/48 4:12/48"},
-      {__LINE__, UP_TO_100, FIVE, "r3:1", "4..3(5)", "3:44/48 4:12/48"},  // nothing lies behind it
       {__LINE__, UP_TO_100, FIVE, "r1:32", "0..3(5) 2..3(5)", "3:72/1096 4:12/48"},
-      {__LINE__, UP_TO_100, FIVE, "i0:60", "2..3(5) 0..1(5) 0..1(5) +0(6)",
-       "2:88/100 4:24/48 5:12/48"},  // a tail of two, then grows
+      {__LINE__, UP_TO_100, FIVE, "i0:60", "2..3(5) 0..1(5) 0..1(5) +0(6)", "2:88/100 4:24/48 5:12/48"},  // a tail
       {__LINE__, UP_TO_100, FIVE, "i2:60", "2..3(5) 2..3(5) 2..3(5) +2(6)", "1:24/48 4:88/100 5:12/48"},  // a head
-      {__LINE__, UP_TO_100, FIVE, "r0:64", "1..3(5) 0..0(5) 1..0(5)",
-       "0:68/1128 3:36/48 4:12/48"},  // beyond the limit: all behind it move
-      {__LINE__, AT_101, "3*i0:8 i0:16 i0:8", "i1:40", "3..4(5) 1..2(5) +1(6)", "3:88/101 5:24/40"},  // keeps 28
-      {__LINE__, AT_101, "3*i0:8 i0:20 i0:8", "i1:40", "2..4(5) 1..1(5) +1(6)", "2:80/101 5:36/40"},  // and not 32
-      {__LINE__, AT_101, "i0:8 i0:60", "r1:36", "1..1(2) 2..1(2)", "0:64/101 1:40/40"},               // just the target
-      {__LINE__, AT_101, "i0:8 i0:60", "r1:40 r1:40", "1..1(2) 1..1(2) 2..1(2) !295",
-       "0:64/101 1:44/1096"},  // the division remains; alone, it may grow
-      {__LINE__, hintsOf(100, 8, 4, 6, 0), "i0:8 r0:60 r1:44 r2:48", "i0:1200", "1..2(3) !295",
-       "0:64/1116 2:100/100"},                                                                    // 100 may move
-      {__LINE__, AT_101, "i0:8 r0:60 r1:48 r2:48", "i0:1200", "!295", "2:168/1116"},              // 104 behind it
+      {__LINE__, UP_TO_100, FIVE, "r0:64", "1..3(5) 0..0(5) 1..0(5)", "0:68/1128 3:36/48 4:12/48"},       // above 100
+      {__LINE__, AT_101, "3*i0:8 i0:16 i0:8", "i1:40", "3..4(5) 1..2(5) +1(6)", "3:88/101 5:24/40"},      // keeps 28
+      {__LINE__, AT_101, "i0:8 i0:60", "r1:36", "1..1(2) 2..1(2)", "0:64/101 1:40/40"},  // just the target
+      {__LINE__, AT_101, "i0:8 i0:60", "r1:40 r1:40", "1..1(2) 1..1(2) 2..1(2) !295", "0:64/101 1:44/1096"},  // alone
+      {__LINE__, hintsOf(100, 8, 4, 6, 0), "i0:8 r0:60 r1:44 r2:48", "i0:1200", "1..2(3) !295", "0:64/1116 2:100/100"},
+      {__LINE__, AT_101, "i0:8 r0:60 r1:48 r2:48", "i0:1200", "!295", "2:168/1116"},  // 104 behind it, not 100
       {__LINE__, AT_101, "i0:8 r0:60 r1:100", "i1:1200", "1..1(2) !295", "0:64/1116 1:104/104"},  // 104 from it on
-      {__LINE__, AT_101, "i0:8 r0:60 r1:104", "i1:1200", "!295", "1:172/1116"},
   };
   for (const auto& row : ROWS) {
     SCOPED_TRACE(testing::Message() << "row of line " << row.line);
@@ -183,8 +140,8 @@ TEST(SupaBlockTest, RefusesBadWrites) {
 }
 
 TEST(SupaBlockTest, RaisesAnErrorForWhatIsTooLarge) {
-  static constexpr std::uint32_t ROWS[][2] = {{1000, 1000},       {1000, 0xFFFF0000}, {1000, 0xFFFFFFFC},
-                                              {1000, 0xFFFFFFFD}, {1000, 0xFFFFFFFF}, {0xFFFFFFFF, 0xFFFFFFFF}};
+  static constexpr std::uint32_t ROWS[][2] = {
+      {1000, 1000}, {1000, 0xFFFFFFFC}, {1000, 0xFFFFFFFF}, {0xFFFFFFFF, 0xFFFFFFFF}};
   for (const auto& row : ROWS) {
     const std::uint32_t maxBody = row[0], size = row[1];
     SCOPED_TRACE(testing::Message() << size << " bytes in bodies of " << maxBody);
@@ -215,18 +172,13 @@ void fill(SupaBlock& s, int count, std::size_t size) {
 
 TEST(SupaBlockEventTest, SurvivesACallbackThatBreaksTheRulesAndThrows) {
   for (int run = 0; run < 24; ++run) {
-    SCOPED_TRACE(testing::Message() << "run " << run);
     SupaBlock s(static_cast<SupaBlock::Flags>(run % 4), hintsOf(300, 8, 4, 8, 1));
     fill(s, 8, 12);
     auto* it = new SupaBlockIterator(&s, -1);  // from the heap: the store deletes it
     int calls = 0, events = 0;
     EventNotes rude([&](const SupaBlockEvent& event) {
-      unsigned int total = 0;
-      for (std::int32_t i = -1; i <= s.getSize(); ++i) {
-        SupaBlockDatum d;
-        if (!s.get(i, &d) || d.fSize == SupaBlock::SB_NO_SIZE) continue;
-        for (std::uint32_t n = 0; n < d.fSize; ++n) total += d.fData[n];
-      }
+      std::string read;
+      for (std::int32_t i = -1; i <= s.getSize(); ++i) read += textAt(s, i);
       std::int32_t idx = 0;
       const std::int32_t size = s.getSize();
       new SupaBlockIterator(&s, calls % 9);
@@ -245,7 +197,7 @@ TEST(SupaBlockEventTest, SurvivesACallbackThatBreaksTheRulesAndThrows) {
         }
         EXPECT_NO_THROW(Inspector::handles(s));  // an impact may come while bytes have moved and sizes not yet
       }
-      return events++ % 10 < run / 4 ? throw events : std::to_string(total);
+      return events++ % 10 < run / 4 ? throw events : read;
     });
     for (int i = 0; i < 30; ++i) {
       s.registerCallback(&rude, 1);
@@ -263,31 +215,6 @@ TEST(SupaBlockEventTest, SurvivesACallbackThatBreaksTheRulesAndThrows) {
   }
 }
 
-TEST(SupaBlockEventTest, KeepsDirectoriesAsPrefixes) {
-  SupaBlock s(SupaBlock::SB_DIRECTORY, hintsOf(1000, 16, 4, 20, 1));
-  fill(s, 9, 8);
-  const auto entries = [](const SupaBlock& one) { return Inspector::superBlocks(one)[0]->fDirectory->size(); };
-  EventNotes notes([&](const SupaBlockEvent& event) { return std::to_string(entries(*event.fSource)); });
-  unsigned char* last = s.getBlock(8);
-  EXPECT_EQ(entries(s), 5u);
-  unsigned char* first = s.getBlock(0);
-  std::memset(first, 0, 4);
-  EXPECT_EQ(s.getBlock(8), last);  // from its entry on, not from block 0
-  *first = 8;
-  s.registerCallback(&notes, 1);
-  s.deleteBlock(6);
-  replaceText(s, 1, std::string(150, 'x'));  // grows, which forgets all, and looks block 1 up again
-  EXPECT_EQ(notes.text, "6..8(5) -6(3) 0..7(3) 2..7(1) ");
-
-  SupaBlock divides(SupaBlock::SB_DIRECTORY, hintsOf(200, 16, 10, 10, 1));
-  fill(divides, 13, 8);
-  divides.getBlock(12);
-  notes.text.clear();
-  divides.registerCallback(&notes, 1);
-  replaceText(divides, 1, std::string(56, 'x'));  // the last two move, and all is forgotten
-  EXPECT_EQ(notes.text, "11..12(7) 0..10(0) 2..10(1) ");
-}
-
 TEST(SupaBlockEventTest, CopiesItsOwnBytesAsTheyWereBeforeAnInsertEvent) {
   SupaBlock s(BOTH, hintsOf(4000, 16, 4, 20, 1));
   fill(s, 20, 16);
@@ -303,21 +230,6 @@ TEST(SupaBlockEventTest, CopiesItsOwnBytesAsTheyWereBeforeAnInsertEvent) {
   s.registerCallback(&writes, 1);
   EXPECT_TRUE(s.insert(0, s.getBlockData(s.getBlock(19), nullptr), 16));
   EXPECT_EQ(textAt(s, 0) + textAt(s, 1), std::string(16, 'a' + 19) + "X" + std::string(15, 'a'));
-}
-
-TEST(SupaBlockIteratorTest, ForgetsOnlyWhatMoved) {
-  SupaBlock s(BOTH, hintsOf(400, 8, 4, 8, 0));
-  fill(s, 5, 8);  // "abcd48 e48 "
-  SupaBlockIterator front(&s, 0), on(&s, 1), behind(&s, 2), other(&s, 4);
-  replaceText(s, 1, "x");
-  EXPECT_NE(Inspector::handle(front), nullptr);
-  EXPECT_NE(Inspector::handle(on), nullptr);
-  EXPECT_EQ(Inspector::handle(behind), nullptr);
-  EXPECT_NE(Inspector::superBlock(behind), nullptr);
-  EXPECT_NE(Inspector::handle(other), nullptr);
-  replaceText(s, 3, std::string(40, 'x'));  // grows the body
-  for (const SupaBlockIterator* it : {&front, &on, &behind}) EXPECT_EQ(Inspector::superBlock(*it), nullptr);
-  EXPECT_NE(Inspector::handle(other), nullptr);
 }
 
 }  // namespace

@@ -27,11 +27,7 @@ class SupaBlockInspector {
   static std::uint32_t directoryMask(const SupaBlock& s) { return s.fDirMask; }
   static std::uint32_t targetBody(const SupaBlock& s) { return s.fTargetBody; }
   static const auto& superBlocks(const SupaBlock& s) { return s.fSuperBlocks; }
-  static const SupaBlockHeader* lastHit(const SupaBlock& s) { return s.fLastSB; }
-  static std::size_t iterators(const SupaBlock& s) { return s.fIterators.size(); }
   static std::int32_t index(const SupaBlockIterator& it) { return it.fIndex; }
-  static const unsigned char* handle(const SupaBlockIterator& it) { return it.fHeader; }
-  static const SupaBlockHeader* superBlock(const SupaBlockIterator& it) { return it.fSuperBlock; }
 
   static std::uint32_t sizeAt(const unsigned char* h) {
     std::uint32_t size;
