@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <memory>
 #include <span>
@@ -23,17 +22,12 @@
 #include "zqcore27/strings/armour.h"
 
 /// A file of given bytes, removed with the object.
-class BytesFile {
- public:
-  explicit BytesFile(std::string_view bytes) : fPath(fDirectory.path() / "text.conf") {
-    std::ofstream(fPath, std::ios::binary) << bytes;
-  }
-  const std::filesystem::path& path() const { return fPath; }
-  FileLocator locator() const { return FileLocator(String::fromUTF8(fPath.string())); }
+struct BytesFile {
+  explicit BytesFile(std::string_view bytes) : path(directory.write("text.conf", std::string(bytes))) {}
+  FileLocator locator() const { return FileLocator(String::fromUTF8(path)); }
 
- private:
-  TempDir fDirectory;
-  std::filesystem::path fPath;
+  const TempDir directory;
+  const std::string path;
 };
 
 inline std::string armoured(std::string_view line) {
