@@ -31,6 +31,7 @@ TEST(CoreHoldTest, KeepsTheCoreFromGoingAndNobodyUsesOneThatGoes) {
   core->fMutex.unlock();
   thread->join();
   ASSERT_FALSE(used);
+  EXPECT_EQ(CoreHold().core(), nullptr);
   ++core->fCount;
   {
     const CoreHold hold, another;
