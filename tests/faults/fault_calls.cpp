@@ -10,18 +10,17 @@
 #include <link.h>
 #include <pthread.h>
 #include <stdarg.h>
-#include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 #include <sys/auxv.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
-#include <functional>
+#include <iterator>
 #include <mutex>
-#include <new>
-#include <unordered_set>
 
 #ifdef FAULTS_OVER_SANITIZER  // the sanitizer's heap, which stands behind this program's symbols
 #define HEAP(name) __interceptor_##name
@@ -55,36 +54,26 @@ struct Module {
 Module gLinker;   // keeps blocks with the stacks of threads that it keeps: they are nobody's leak
 Module gRuntime;  // the C runtime where a sanitizer's own threads go through it, which can't do without memory
 
-/// For the table of blocks: neither counted nor failing.
-template <class T>
-struct Uncounted {
-  using value_type = T;
-  Uncounted() = default;
-  template <class U>
-  Uncounted(const Uncounted<U>&) {}
-  T* allocate(std::size_t n) { return static_cast<T*>(HEAP(malloc)(n * sizeof(T))); }
-  void deallocate(T* block, std::size_t) { HEAP(free)(block); }
-  bool operator==(const Uncounted&) const = default;
-};
-
-/// Those taken between the marks.
+/// Those taken between the marks, which no scenario has more of.
 struct Blocks {
-  bool add(void* block) {
+  void** find(void* block) { return std::find(live, live + count, block); }
+  void add(void* block) {
     const std::lock_guard hold(lock);
-    return live.insert(block).second;
+    if (count == std::size(live)) abort();
+    if (find(block) == live + count) live[count++] = block;
   }
   bool remove(void* block) {
     const std::lock_guard hold(lock);
-    return live.erase(block) != 0;
+    void** const at = find(block);
+    if (at == live + count) return false;
+    *at = live[--count];
+    return true;
   }
   std::mutex lock;
-  std::unordered_set<void*, std::hash<void*>, std::equal_to<>, Uncounted<void*>> live;
+  std::uint32_t count = 0;
+  void* live[10000] = {};
 };
-/// Never destroyed: blocks are freed to the very end.
-Blocks& blocks() {
-  static Blocks& all = *new (HEAP(malloc)(sizeof(Blocks))) Blocks;
-  return all;
-}
+constinit Blocks gBlocks;
 
 /// Counts a call, of the kinds that the mode is about. True if it is the one to be hit.
 bool hit(std::uint32_t kind) {
@@ -112,7 +101,7 @@ bool moves(std::uint32_t kind, int error, size_t& n) {
 }
 
 void* noted(void* block, void* caller) {
-  if (block != nullptr && gCounting && gPaused == 0 && !gLinker.holds(caller)) blocks().add(block);
+  if (block != nullptr && gCounting && gPaused == 0 && !gLinker.holds(caller)) gBlocks.add(block);
   return block;
 }
 
@@ -166,8 +155,8 @@ void faultsStart(std::uint32_t n, FaultMode mode) {
 }
 void faultsStop() { gCounting = false; }
 FaultsSeen faultsSeen() {
-  const std::lock_guard hold(blocks().lock);
-  return {gCalls, gDelivered, gKinds, static_cast<std::uint32_t>(blocks().live.size())};
+  const std::lock_guard hold(gBlocks.lock);
+  return {gCalls, gDelivered, gKinds, gBlocks.count};
 }
 void faultsPause(int by) { gPaused += by; }
 
@@ -175,9 +164,9 @@ void* malloc(size_t n) { return noHeap(CALLER) ? nullptr : noted(HEAP(malloc)(n)
 void* calloc(size_t count, size_t n) { return noHeap(CALLER) ? nullptr : noted(HEAP(calloc)(count, n), CALLER); }
 void* realloc(void* block, size_t n) {
   if (noHeap(CALLER)) return nullptr;
-  const bool known = block != nullptr && gTracking && blocks().remove(block);
+  const bool known = block != nullptr && gTracking && gBlocks.remove(block);
   void* const moved = HEAP(realloc)(block, n);
-  if (known && (moved != nullptr || n != 0)) blocks().add(moved != nullptr ? moved : block);
+  if (known && (moved != nullptr || n != 0)) gBlocks.add(moved != nullptr ? moved : block);
   return block == nullptr ? noted(moved, CALLER) : moved;
 }
 int posix_memalign(void** block, size_t alignment, size_t n) {
@@ -186,7 +175,7 @@ int posix_memalign(void** block, size_t alignment, size_t n) {
   return taken != nullptr ? 0 : ENOMEM;
 }
 void free(void* block) {
-  if (block != nullptr && gTracking) blocks().remove(block);
+  if (block != nullptr && gTracking) gBlocks.remove(block);
   HEAP(free)(block);
 }
 

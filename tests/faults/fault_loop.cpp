@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <iterator>
 #include <new>
@@ -81,29 +82,31 @@ void require(bool holds, const char* what, int line, const char* file) {
   _exit(1);
 }
 
-int faultLoop(int argc, char** argv, const FaultScenario& scenario) {
+int faultLoop(int argc, char** argv, std::initializer_list<FaultScenario> scenarios) {
   if (faultsStart == nullptr) return std::fprintf(stderr, "start it with the fault object as LD_PRELOAD\n"), 2;
-  if (argc == 3) {
-    runHere(scenario, static_cast<std::uint32_t>(std::atoi(argv[2])), static_cast<FaultMode>(std::atoi(argv[1])));
-    return 0;
-  }
   void* const page = mmap(nullptr, sizeof(FaultsSeen), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   auto& seen = *new (page) FaultsSeen{};
   int failures = 0;
-  for (int mode = 0; mode < static_cast<int>(std::size(MODES)); ++mode) {
-    std::uint32_t runs = 0, delivered = 0, kinds = 0;
-    do {
-      seen = {};
-      if (!runApart(scenario, ++runs, static_cast<FaultMode>(mode), seen)) {
-        seen.delivered = 1;  // to go on with the next one
-        if (++failures == 10) return 1;
-      }
-      delivered += seen.delivered;
-      kinds |= seen.kinds;
-    } while (seen.delivered != 0);
-    std::printf("%-10s %-12s %5u runs %7u faults, kinds %3x, %u calls at the end\n", scenario.name, MODES[mode], runs,
-                delivered, kinds, seen.calls);
-    std::fflush(stdout);
+  for (const FaultScenario& scenario : scenarios) {
+    if (argc == 4 && std::strcmp(argv[1], scenario.name) == 0) {
+      runHere(scenario, static_cast<std::uint32_t>(std::atoi(argv[3])), static_cast<FaultMode>(std::atoi(argv[2])));
+      return 0;
+    }
+    for (int mode = 0; argc == 1 && mode < static_cast<int>(std::size(MODES)); ++mode) {
+      std::uint32_t runs = 0, delivered = 0, kinds = 0;
+      do {
+        seen = {};
+        if (!runApart(scenario, ++runs, static_cast<FaultMode>(mode), seen)) {
+          seen.delivered = 1;  // to go on with the next one
+          if (++failures == 10) return 1;
+        }
+        delivered += seen.delivered;
+        kinds |= seen.kinds;
+      } while (seen.delivered != 0);
+      std::printf("%-10s %-12s %5u runs %7u faults, kinds %3x, %u calls at the end\n", scenario.name, MODES[mode], runs,
+                  delivered, kinds, seen.calls);
+      std::fflush(stdout);
+    }
   }
-  return failures == 0 ? 0 : 1;
+  return argc == 1 && failures == 0 ? 0 : 1;
 }

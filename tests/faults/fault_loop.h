@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <initializer_list>
 #include <new>
 
 #include "tests/faults/fault_calls.h"
@@ -78,6 +79,6 @@ struct FaultScenario {
   std::uint32_t kept = 0;  // blocks that stay for the life of the process
 };
 
-/// Arguments: none for all modes and every n; or a mode's number and an n, to run that one in this process. Returns
-/// what `main` returns. Prints the counts.
-int faultLoop(int argc, char** argv, const FaultScenario& scenario);
+/// Arguments: none for all scenarios, modes and every n; or a scenario's name, a mode's number and an n, to run that
+/// one in this process. Returns what `main` returns. Prints the counts.
+int faultLoop(int argc, char** argv, std::initializer_list<FaultScenario> scenarios);

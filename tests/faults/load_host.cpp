@@ -26,5 +26,5 @@ void load(const FaultRun& run) {
 int main(int argc, char** argv) {
   gLibrary = argv[1];
   // What stays: the thread layer's object and its group, for the life of the process.
-  return faultLoop(argc - 1, argv + 1, {"load", load, [] {}, 2});
+  return faultLoop(argc - 1, argv + 1, {{"load", load, [] {}, 2}});
 }

@@ -53,9 +53,16 @@ bool done(const FaultRun& run, Submit submit) {
 class Client {
  public:
   void submitTo(const FaultRun& run, ThreadPool& pool, bool waits) {
-    for (std::size_t i = 0; i < JOBS; ++i) submit(run, pool, throws(i) ? fail : work, fJobs[i]);
+    const auto submit = [&](Request::Function function, Job& job, const ThreadRequester* requester) {
+      job.accepted = done(run, [&] {
+        auto arg = std::make_unique<FlaggedArg>(&job);
+        require(pool.addRequestToPool(function, arg.get(), requester, cleanUp, &job) != 0, "an open pool accepts");
+        static_cast<void>(arg.release());
+      });
+    };
+    for (std::size_t i = 0; i < JOBS; ++i) submit(throws(i) ? fail : work, fJobs[i], nullptr);
     ThreadRequester requester(&pool);
-    submit(run, pool, work, fLeft, &requester);
+    submit(work, fLeft, &requester);
     requester.clearRequests();
     for (int i = 1; i <= 3; ++i) {
       done(run, [&] {
@@ -76,15 +83,6 @@ class Client {
  private:
   static constexpr std::size_t JOBS = 24;
   static bool throws(std::size_t i) { return i % 6 == 4; }
-
-  static void submit(const FaultRun& run, ThreadPool& pool, Request::Function function, Job& job,
-                     const ThreadRequester* requester = nullptr) {
-    job.accepted = done(run, [&] {
-      auto arg = std::make_unique<FlaggedArg>(&job);
-      require(pool.addRequestToPool(function, arg.get(), requester, cleanUp, &job) != 0, "an open pool accepts");
-      static_cast<void>(arg.release());
-    });
-  }
 
   Job fJobs[JOBS];
   Job fLeft;
@@ -119,7 +117,4 @@ void load(const FaultRun& run) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  const int standing = faultLoop(argc, argv, {"pool", load<2>});
-  return argc == 1 && standing == 0 ? faultLoop(argc, argv, {"pool, none", load<0>}) : standing;
-}
+int main(int argc, char** argv) { return faultLoop(argc, argv, {{"pool", load<2>}, {"workerless", load<0>}}); }

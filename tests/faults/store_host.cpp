@@ -1,9 +1,7 @@
 // A store that grows, beside a model of it, and a tree on a store of its own.
 
-#include <algorithm>
 #include <cstring>
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "tests/faults/fault_loop.h"
@@ -14,34 +12,57 @@
 
 namespace {
 
-const unsigned char* bytesOf(const std::string& text) { return reinterpret_cast<const unsigned char*>(text.data()); }
+const unsigned char* bytesOf(const void* data) { return static_cast<const unsigned char*>(data); }
 
 /// A store and what it should hold. Each operation happens wholly or not at all.
 class Store {
  public:
-  explicit Store(const FaultRun& run) : fRun(run) {}
-
-  bool make(std::uint32_t blocks = 20) {
+  Store(const FaultRun& run, std::uint32_t blocks) : fRun(run) {
     SupaBlockHints hints;
     hints.fMaxBodySize = blocks * 30;
     hints.fAvgBlockSize = 20;
     hints.fMinBlocks = blocks / 5;
     hints.fMaxBlocks = blocks;
     hints.fDirShift = 1;
-    return hadMemory(fRun, [&] { fStore = std::make_unique<SupaBlock>(SupaBlock::SB_DIRECTORY, hints); });
+    hadMemory(run, [&] { fStore = std::make_unique<SupaBlock>(SupaBlock::SB_DIRECTORY, hints); });
   }
+  bool made() const { return fStore != nullptr; }
 
   void grow() {
     std::uint32_t random = 1;
     for (int step = 0; step < 150; ++step) {
       random = random * 1664525 + 1013904223;
-      const auto at = static_cast<std::size_t>(random >> 16) % (fModel.size() + 1);
-      change(step % 5, at, text(random >> 8));
+      change(step % 5, static_cast<std::size_t>(random >> 16) % (fModel.size() + 1), random >> 8);
       if (step % 8 == 0) walk();
     }
     check();
-    fModel.clear();
-    if (make(5)) divide();
+  }
+  /// Until the list of superblocks has to grow for a division.
+  void divide() {
+    for (int step = 0; step < 40; ++step) change(0, fModel.size() / 2, 13);
+    check();
+  }
+
+ private:
+  void change(int kind, std::size_t at, std::uint32_t random) {
+    const auto idx = static_cast<std::int32_t>(at);
+    const bool there = at != fModel.size(), rewrite = kind == 3 && there;
+    if (kind == 4 && there) {
+      fStore->deleteBlock(idx);  // raises nothing
+      fModel.erase(fModel.begin() + idx);
+      return;
+    }
+    const unsigned int size = 4 + random % 14 * 4;
+    unsigned char text[60];
+    std::memset(text, static_cast<int>('a' + random % 26), size);
+    if (!hadMemory(fRun, [&] {
+          require(rewrite ? fStore->replace(idx, text, size) : fStore->insert(idx, text, size), "a block is put in");
+        })) {
+      return check();  // of which nothing has changed
+    }
+    const FaultPause pause;
+    if (!rewrite) fModel.emplace(fModel.begin() + idx);
+    fModel[at].assign(text, text + size);
   }
 
   void check() {
@@ -51,36 +72,6 @@ class Store {
       require(fStore->get(static_cast<std::int32_t>(i), &datum) && datum.fSize == fModel[i].size() &&
                   std::memcmp(datum.fData, fModel[i].data(), datum.fSize) == 0,
               "each block as it should be");
-    }
-  }
-
- private:
-  static std::string text(std::uint32_t random) {
-    const FaultPause pause;
-    return std::string(4 + random % 14 * 4, static_cast<char>('a' + random % 26));
-  }
-
-  /// Until the list of superblocks has to grow for a division.
-  void divide() {
-    for (int step = 0; step < 40; ++step) change(0, fModel.size() / 2, text(13));
-    check();
-  }
-
-  void change(int kind, std::size_t at, const std::string& text) {
-    const auto idx = static_cast<std::int32_t>(at);
-    const auto size = static_cast<unsigned int>(text.size());
-    const bool there = at != fModel.size(), rewrite = kind == 3 && there;
-    if (kind == 4 && there) {
-      fStore->deleteBlock(idx);  // raises nothing
-      fModel.erase(fModel.begin() + idx);
-    } else if (!hadMemory(fRun, [&] {
-                 require(rewrite ? fStore->replace(idx, bytesOf(text), size) : fStore->insert(idx, bytesOf(text), size),
-                         "a block is put in");
-               })) {
-      check();  // of which nothing has changed
-    } else {
-      const FaultPause pause;
-      rewrite ? void(fModel[at] = text) : void(fModel.insert(fModel.begin() + idx, text));
     }
   }
 
@@ -96,103 +87,84 @@ class Store {
 
   const FaultRun& fRun;
   std::unique_ptr<SupaBlock> fStore;
-  std::vector<std::string> fModel;
+  std::vector<std::vector<unsigned char>> fModel;
 };
 
-/// Every node's runs, and a walk that is kept on the last node.
-class Tree {
- public:
-  explicit Tree(const FaultRun& run) : fRun(run) {}
+void useStores(const FaultRun& run) {
+  run.start();
+  Store grows(run, 20);
+  if (grows.made()) grows.grow();
+  Store divides(run, 5);
+  if (divides.made()) divides.divide();
+  run.stop();
+}
 
-  bool make() {
-    SupaBlockHints hints;
-    hints.fAvgRuns = 2;
-    return hadMemory(fRun, [&] { fTree = std::make_unique<SBTree>(hints); });
-  }
+constexpr std::uint32_t NODES = 41;  // a chain of parents, the even ones, each with a leaf beside it
 
-  /// A chain of NODES levels, each with a leaf beside it.
-  void grow() {
-    for (std::uint32_t i = 0; i < NODES; ++i) {
-      const std::uint32_t runs[2] = {i < 2 ? 0 : i - 2, i < 2 ? 0 : i - 1};
-      const unsigned int count = i % 2 == 0 && i != 0 ? 1 : 0;
-      while (!hadMemory(fRun, [&] { fTree->buildTreeNode(i, reinterpret_cast<const unsigned char*>(runs), count); })) {
-        require(!hasNode(i), "a node that wasn't made isn't there");
-        if (fRun.goes_on_failing()) return;
-      }
-      fTree->setRootNodeIdx(i);
-    }
-    check(NODES);
-    std::unique_ptr<TreeIterator> walk;
-    const bool walks = hadMemory(fRun, [&] { walk.reset(fTree->newIter()); });
-    // A step that fails is none.
-    std::uint32_t steps = 0;
-    bool ended = !walks;
-    for (std::uint32_t tries = 0; tries < 2 * NODES && !ended; ++tries) {
-      hadMemory(fRun, [&] {
-        ended = walk->nextDFNode(false) == SBTree::IDX_NONE;
-        if (!ended) ++steps;
-      });
-    }
-    require(!walks || (ended ? steps == NODES - 1 : fRun.goes_on_failing()), "a walk sees every node");
-    insertAndDelete();
-  }
+bool hasNode(SBTree& tree, std::uint32_t idx) {
+  SBTreeChildData data;
+  return tree.treeData(idx, &data);
+}
 
-  bool hasNode(std::uint32_t idx) {
+void check(SBTree& tree) {
+  require(tree.getRootNodeIdx() == NODES - 1 && !hasNode(tree, NODES), "as many nodes as there should be");
+  for (std::uint32_t i = 0; i < NODES; ++i) {
     SBTreeChildData data;
-    return fTree->treeData(idx, &data);
+    require(tree.treeData(i, &data) && data.size() == (i % 2 == 0 && i != 0 ? 2u : 0u), "each node's runs");
+    require(data.size() == 0 || (data.firstIndex()[0] == i - 2 && data.firstIndex()[1] == i - 1), "each run");
   }
+}
 
- private:
-  static constexpr std::uint32_t NODES = 41;
+/// False if it can't be finished.
+bool build(const FaultRun& run, SBTree& tree) {
+  for (std::uint32_t i = 0; i < NODES; ++i) {
+    const std::uint32_t children[2] = {i - 2, i - 1};
+    while (!hadMemory(run, [&] { tree.buildTreeNode(i, bytesOf(children), i % 2 == 0 && i != 0 ? 1 : 0); })) {
+      require(!hasNode(tree, i), "a node that wasn't made isn't there");
+      if (run.goes_on_failing()) return false;
+    }
+    tree.setRootNodeIdx(i);
+  }
+  check(tree);
+  return true;
+}
 
-  /// Puts a leaf in under the root and takes it away again: all other nodes are repaired, or stay.
-  void insertAndDelete() {
-    for (int round = 0; round < 12; ++round) {
-      if (!hadMemory(fRun, [&] { fTree->buildTreeNodeInsert(NODES - 2, nullptr, 0); })) {
-        check(NODES);
-        continue;
+/// A step that fails is none.
+void walk(const FaultRun& run, SBTree& tree) {
+  std::unique_ptr<TreeIterator> it;
+  if (!hadMemory(run, [&] { it.reset(tree.newIter()); })) return;
+  std::uint32_t steps = 0;
+  bool ended = false;
+  for (std::uint32_t tries = 0; tries < 2 * NODES && !ended; ++tries) {
+    steps += hadMemory(run, [&] { ended = it->nextDFNode(false) == SBTree::IDX_NONE; });
+  }
+  require(ended ? steps == NODES : run.goes_on_failing(), "a walk sees every node");
+}
+
+void useTree(const FaultRun& run) {
+  SupaBlockHints hints;
+  hints.fAvgRuns = 2;
+  std::unique_ptr<SBTree> tree;
+  run.start();
+  if (hadMemory(run, [&] { tree = std::make_unique<SBTree>(hints); }) && build(run, *tree)) {
+    walk(run, *tree);
+    for (int round = 0; round < 12; ++round) {  // a leaf under the root: all other nodes are repaired, or stay
+      if (hadMemory(run, [&] { tree->buildTreeNodeInsert(NODES - 2, nullptr, 0); })) {
+        require(tree->getRootNodeIdx() == NODES && hasNode(*tree, NODES), "a node more");
+        tree->deleteNode(NODES - 2);
       }
-      require(fTree->getRootNodeIdx() == NODES && hasNode(NODES), "a node more");
-      fTree->deleteNode(NODES - 2);
-      check(NODES);
+      check(*tree);
     }
     Bitmap bits;
-    if (hadMemory(fRun, [&] { bits.set(3), fTree->terminatorHints(bits), fTree->cloneHints(bits); })) {
-      require(!fTree->indexIsAParent(3) && fTree->indexIsAParent(4), "hints that were taken");
+    if (hadMemory(run, [&] { bits.set(3), tree->terminatorHints(bits), tree->cloneHints(bits); })) {
+      require(!tree->indexIsAParent(3) && tree->indexIsAParent(4), "hints that were taken");
     }
-    if (hadMemory(fRun, [&] { fTree->clearTreeNodes(); })) {
-      require(!hasNode(0), "an empty tree");
-    } else {
-      check(NODES);
-    }
+    const bool emptied = hadMemory(run, [&] { tree->clearTreeNodes(); });
+    emptied ? require(!hasNode(*tree, 0), "an empty tree") : check(*tree);
   }
-
-  void check(std::uint32_t nodes) {
-    require(fTree->getRootNodeIdx() == nodes - 1 && !hasNode(nodes), "as many nodes as there should be");
-    for (std::uint32_t i = 0; i < nodes; ++i) {
-      SBTreeChildData data;
-      require(fTree->treeData(i, &data), "each node");
-      const bool parent = i % 2 == 0 && i != 0;
-      require(data.size() == (parent ? 2u : 0u), "each node's runs");
-      if (parent) require(data.firstIndex()[0] == i - 2 && data.firstIndex()[1] == i - 1, "each run");
-    }
-  }
-
-  const FaultRun& fRun;
-  std::unique_ptr<SBTree> fTree;
-};
-
-template <class Grown>
-void grow(const FaultRun& run) {
-  Grown grown(run);
-  run.start();
-  if (grown.make()) grown.grow();
   run.stop();
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  const int store = faultLoop(argc, argv, {"store", grow<Store>});
-  return argc == 1 && store == 0 ? faultLoop(argc, argv, {"tree", grow<Tree>}) : store;
-}
+int main(int argc, char** argv) { return faultLoop(argc, argv, {{"store", useStores}, {"tree", useTree}}); }
