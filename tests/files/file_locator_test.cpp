@@ -98,6 +98,7 @@ TEST(FileLocatorTest, CopiesPiecesButParsesAssignments) {
   const std::uint16_t units[] = {'d', '/', 'e', '.', 'f', 0}, *pointer = units;
   target = pointer;
   EXPECT_EQ(pieces(target), "d|e.f|e|f|d/e.f");
+  EXPECT_EQ(pieces(FileLocator(pointer)), "d|e.f|e|f|d/e.f");
   target = static_cast<const std::uint16_t*>(nullptr);
   EXPECT_EQ(pieces(target), ".|||f|./");
 }
