@@ -43,6 +43,7 @@ std::atomic<FaultMode> gMode{FaultMode::NONE};
 std::atomic<bool> gCounting{false};
 std::atomic<bool> gTracking{false};  // once started, until the process ends
 std::atomic<std::uint32_t> gTarget{0}, gCounted{0}, gCalls{0}, gDelivered{0}, gKinds{0};
+std::atomic<std::uint64_t> gRead{0};
 
 struct Module {
   bool holds(void* place) const {
@@ -156,7 +157,7 @@ void faultsStart(std::uint32_t n, FaultMode mode) {
 void faultsStop() { gCounting = false; }
 FaultsSeen faultsSeen() {
   const std::lock_guard hold(gBlocks.lock);
-  return {gCalls, gDelivered, gKinds, gBlocks.count};
+  return {gCalls, gDelivered, gKinds, gRead, gBlocks.count};
 }
 void faultsPause(int by) { gPaused += by; }
 
@@ -193,7 +194,9 @@ iconv_t iconv_open(const char* to, const char* from) {
 }
 
 ssize_t read(int descriptor, void* to, size_t n) {
-  return moves(FAULT_READ, EIO, n) ? next("read", ::read)(descriptor, to, n) : -1;
+  const ssize_t got = moves(FAULT_READ, EIO, n) ? next("read", ::read)(descriptor, to, n) : -1;
+  if (got > 0) gRead += static_cast<std::uint64_t>(got);
+  return got;
 }
 dirent* readdir(DIR* directory) {
   return gMode != FaultMode::SHORT && fails(FAULT_READ, EIO) ? nullptr : next(READDIR, ::readdir)(directory);

@@ -30,6 +30,7 @@ struct FaultsSeen {
   std::uint32_t calls;      // counted
   std::uint32_t delivered;  // that failed, or were interrupted or cut short
   std::uint32_t kinds;      // of those
+  std::uint64_t read;       // bytes that read gave
   std::uint32_t live;       // blocks taken between the marks, by anybody but the dynamic linker, and not freed yet
 };
 

@@ -19,8 +19,7 @@
 
 namespace {
 
-constexpr std::uint32_t LINES = 1200;  // three blocks of the channel
-constexpr std::uint32_t BLOCK_BYTES = 16000;
+constexpr std::uint32_t LINES = 1200;       // three blocks of the channel
 constexpr std::uint32_t SECRET_LINES = 12;  // of the armoured file
 
 /// One statement. False at the end of the text.
@@ -47,11 +46,22 @@ void requireWords(const FaultRun& run, const Error& e, CStr& cstr, const char* w
   require(text == e.description(nullptr), "the words stay");
 }
 
+/// One file and what it is read for.
+struct Reading {
+  /// How many were read so far.
+  std::uint64_t bytes() const { return faultsSeen().read - before; }
+
+  const FaultRun& run;
+  CStr& cstr;
+  bool secret;
+  std::uint64_t before = faultsSeen().read;
+};
+
 /// The error in the middle of the text: what is wrong with it, or that no more of it can be had. True for the former.
-bool isLast(const FaultRun& run, Config& config, const ConfigError& e, std::uint32_t lines, CStr& cstr) {
+bool isLast(const Reading& of, Config& config, const ConfigError& e, std::uint32_t lines) {
   if (e.code() == ConfigError::READ_FAILED) {
-    require(run.failed(FAULT_READ | FAULT_HEAP), "something was wrong with reading");
-    require(config.charactersProcessed() % BLOCK_BYTES == 0, "all that was read has been delivered");
+    require(of.run.failed(FAULT_READ | FAULT_HEAP), "something was wrong with reading");
+    require(config.charactersProcessed() == of.bytes(), "all that was read has been delivered");
     try {
       config.releaseToken();
       config.nextToken();
@@ -62,33 +72,34 @@ bool isLast(const FaultRun& run, Config& config, const ConfigError& e, std::uint
     return false;
   }
   require(e.code() == ConfigError::UNCLOSED_STRING && lines == LINES, "the one error of the text");
-  requireWords(run, e, cstr, "Die Zeichenkette ist nicht geschlossen");
+  requireWords(of.run, e, of.cstr, "Die Zeichenkette ist nicht geschlossen");
   config.skipLine();
   require(config.nextToken() == Config::EOF_TOKEN && config.checkEOS(), "the end of the text");
   return true;
 }
 
 /// True for the whole text, as `read`.
-bool readOpened(const FaultRun& run, Config& config, bool secret, CStr& cstr) {
-  if (secret) config.enableDecryption(0, false);
+bool readOpened(const Reading& of, Config& config) {
+  if (of.secret) config.enableDecryption(0, false);
   std::uint32_t lines = 0;
   try {
     while (readStatement(config, lines)) ++lines;
-    require(secret && lines == SECRET_LINES, "the end of the text");
+    require(of.secret && lines == SECRET_LINES, "the end of the text");
     return true;
   } catch (const ConfigError& e) {
-    return isLast(run, config, e, lines, cstr);
+    return isLast(of, config, e, lines);
   }
 }
 
 bool read(const FaultRun& run, bool secret, CStr& cstr) {
+  const Reading of{run, cstr, secret};
   bool whole = false;
   hadMemory(run, [&] {
     try {
       Config config(FileLocator(String(secret ? "secret" : "plain")));
-      whole = readOpened(run, config, secret, cstr);
+      whole = readOpened(of, config);
     } catch (const ConfigError& e) {
-      if (e.code() == ConfigError::READ_FAILED) return;  // at the first character
+      if (e.code() == ConfigError::READ_FAILED) return require(of.bytes() == 0, "the first character can't be had");
       require(e.code() == ConfigError::CANNOT_OPEN, "the error of a file that can't be had");
       require(run.failed(FAULT_OPEN | FAULT_SEEK | FAULT_THREAD | FAULT_HEAP), "and it couldn't");
       const char* const words[] = {"Die Datei ./plain ist nicht zu haben", "Die Datei ./secret ist nicht zu haben"};
