@@ -17,10 +17,10 @@ void loadAndUse(const char* plugin, const char* library, const std::string& dire
   require(module != nullptr, "it can be loaded");
   using Use = void (*)(const char*);
   reinterpret_cast<Use>(dlsym(module, "useTheLibrary"))(directory.c_str());
-  require(threadsAlive() == 1, "all threads have gone");
-  dlclose(module);
+  dlclose(module);  // at once: none of its threads may run the library's code any more
   require(dlopen(plugin, RTLD_NOW | RTLD_NOLOAD) == nullptr, "the module has gone");
   require(dlopen(library, RTLD_NOW | RTLD_NOLOAD) == nullptr, "the library has gone");
+  awaitEndOfThreads();
 }
 
 }  // namespace

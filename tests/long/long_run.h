@@ -3,6 +3,7 @@
 // What the hosts of long runs share: how long they run, the files that they read, and what it costs the process.
 
 #include <malloc.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -28,9 +29,13 @@ inline std::size_t bytesInUse() {
   return heap.uordblks + heap.hblkhd;
 }
 
-inline std::size_t threadsAlive() {
-  const std::filesystem::directory_iterator tasks("/proc/self/task");
-  return static_cast<std::size_t>(std::distance(begin(tasks), end(tasks)));
+/// Returns when the calling thread is the only one. The kernel lists a thread for a moment after it was joined.
+inline void awaitEndOfThreads() {
+  const auto alone = [] {
+    const std::filesystem::directory_iterator tasks("/proc/self/task");
+    return std::distance(begin(tasks), end(tasks)) == 1;
+  };
+  while (!alone()) usleep(100);
 }
 
 /// Ends the process, at any time of its life.

@@ -76,6 +76,6 @@ int main() {
               static_cast<unsigned long long>(gOperations), static_cast<unsigned long long>(gThreads), before, after);
   require(after <= before + kept + TOLERANCE, "memory is flat");
   pool.reset();
-  require(threadsAlive() == 1, "all threads have gone");
+  awaitEndOfThreads();
   return 0;
 }

@@ -42,7 +42,8 @@ inline void useAll(const std::string& directory) {
   readConfiguration(directory, true);
   readConfiguration(directory, false);
   for (std::uint32_t i = 0; i < LongRunFiles::WORDS; i += 7) lookUp(i);
-  ThreadPool pool(2, 2);
-  ThreadRequester requester(&pool);
-  require(requester.submit([] { return 42; }).get() == 42, "a result");
+  ThreadPool standing(2, 2), growing(0, 1);
+  ThreadRequester client(&standing), other(&growing);
+  require(client.submit([] { return 42; }).get() == 42, "a result");
+  for (int i = 0; i < 3; ++i) (void)other.submit([] { return 42; });  // its worker leaves when there is no more
 }

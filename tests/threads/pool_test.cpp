@@ -301,4 +301,26 @@ TEST(ThreadPoolTest, OutlivesACancelInTheHostsCode) {
   go.open();
 }
 
+// The library may be unloaded behind it.
+TEST(ThreadPoolTest, OutlivesTheLastStepsOfExtraWorkers) {
+  struct LastStep {
+    Gate &reached, &go;
+    ~LastStep() {
+      reached.open();
+      go.pass();
+    }
+  };
+  Gate reached, go;
+  auto owner = std::make_unique<ThreadPool>(0, 1);
+  auto client = std::make_unique<ThreadRequester>(owner.get());
+  for (int i = 0; i < 4; ++i) {
+    (void)client->submit([&] { [[maybe_unused]] static thread_local const LastStep last{reached, go}; });
+  }
+  reached.pass();
+  client.reset();
+  HostThread destructor([&] { owner.reset(); });
+  EXPECT_TRUE(destructor.isHeldUp());
+  go.open();
+}
+
 }  // namespace

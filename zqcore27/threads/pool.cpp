@@ -290,11 +290,18 @@ void ThreadPool::wait_for_work() {
   if (fWokenWorkers != 0) --fWokenWorkers;
 }
 
-// The last that an extra worker has of its pool, which may be gone as soon as the mutex is free.
+// The last that an extra worker has of its pool, which may be gone as soon as the mutex is free. Each joins the one
+// that left before it and the destructor the last one, so that behind it none of their threads runs the library's code.
 void ThreadPool::remove_worker(WorkerThread& worker) {
-  const OrlanSynchronized hold(fThreadMutex);
-  std::erase_if(fWorkers, [&](const auto& handle) { return handle.get() == &worker; });
-  if (--fNumThreads == fNumDefThreads) fThreadsDown->signal();
+  JTCHandleT<WorkerThread> before;
+  {
+    const OrlanSynchronized hold(fThreadMutex);
+    const auto own = std::ranges::find(fWorkers, &worker, [](const auto& handle) { return handle.get(); });
+    before = std::exchange(fLastLeaver, *own);
+    fWorkers.erase(own);
+    if (--fNumThreads == fNumDefThreads) fThreadsDown->signal();
+  }
+  if (before) before->join(nullptr);
 }
 
 // One worker at a time is on its way to the queue, and wakes the next one if it leaves requests behind. As long as
@@ -360,11 +367,14 @@ void ThreadPool::end_workers() {
     fWorkReady->broadcast();
   }
   std::size_t left = 0;
+  JTCHandleT<WorkerThread> leaver;
   {
     const OrlanSynchronized hold(fThreadMutex);
     while (fNumThreads > fNumDefThreads) fThreadsDown->wait();
     left = fWorkers.size();
+    leaver = std::move(fLastLeaver);
   }
+  if (leaver) leaver->join(nullptr);
   while (left != 0) {
     JTCHandleT<WorkerThread> last;
     {

@@ -48,10 +48,10 @@ class ZQCORE27_EXPORT ThreadPool {
   ThreadPool(const ThreadPool&) = delete;
   ThreadPool& operator=(const ThreadPool&) = delete;
   /// Accepts nothing more, runs everything that is queued, and waits for the running jobs, whose stop flags it leaves
-  /// alone. A client that waits for room gets 0. What a pool without standing workers still has queued runs on the
-  /// destructor's own thread where the system has no other to give. Other threads may be in a submit that waits or in a
-  /// cancel, and jobs in any operation; apart from that nobody may use the pool. Not from a job of the pool, which
-  /// would wait for itself.
+  /// alone, and for the last steps of its threads: behind it none of them runs code of the library. A client that waits
+  /// for room gets 0. What a pool without standing workers still has queued runs on the destructor's own thread where
+  /// the system has no other to give. Other threads may be in a submit that waits or in a cancel, and jobs in any
+  /// operation; apart from that nobody may use the pool. Not from a job of the pool, which would wait for itself.
   ~ThreadPool();
 
   /// Submits `func`, to be called with `arg` on a worker; neither may be null. Returns the request's id, or 0 when the
@@ -131,7 +131,8 @@ class ZQCORE27_EXPORT ThreadPool {
   std::atomic<std::uint16_t> fNumActThreads{0};  // workers running a request; falls outside fPoolMutex
   std::atomic<std::uint16_t> fMaxNumThreads{50};
   std::vector<JTCHandleT<WorkerThread>> fWorkers ZQCORE27_GUARDED_BY(fThreadMutex);
-  bool fClosing ZQCORE27_GUARDED_BY(fPoolMutex) = false;  // no request is accepted any more
+  JTCHandleT<WorkerThread> fLastLeaver ZQCORE27_GUARDED_BY(fThreadMutex);  // the extra worker that left last, unjoined
+  bool fClosing ZQCORE27_GUARDED_BY(fPoolMutex) = false;                   // no request is accepted any more
   bool fStopped ZQCORE27_GUARDED_BY(fPoolMutex) = false;  // and the queue has drained: idle workers end
 
   // Who is where, so that a wake goes only to somebody who waits and isn't on his way already.
