@@ -203,20 +203,23 @@ class ZQCORE27_EXPORT Config {
   static constexpr std::int32_t STRING_SIZE = 16000;
 
  private:
-  /// One word, since it is copied for each character: halves written apart hold up the read of the whole.
+  /// A single number, since it is copied for each character: halves written apart hold up the read of the whole.
   class Place {
    public:
     Place() : Place(1, 1) {}
-    Place(std::uint32_t line, std::uint32_t column) : fWord(std::uint64_t{line} << 32 | column) {}
-    std::uint32_t line() const { return static_cast<std::uint32_t>(fWord >> 32); }
-    std::uint32_t column() const { return static_cast<std::uint32_t>(fWord); }
-    Place columnsOn(std::uint32_t n) const { return Place(fWord + n); }
+    Place(std::uint32_t line, std::uint32_t column) : fColumnAndLine(std::uint64_t{column} << 32 | line) {}
+    std::uint32_t line() const { return static_cast<std::uint32_t>(fColumnAndLine); }
+    std::uint32_t column() const { return static_cast<std::uint32_t>(fColumnAndLine >> 32); }
+    Place columnsOn(std::uint32_t n) const {
+      Place place = *this;
+      place.fColumnAndLine += std::uint64_t{n} << 32;
+      return place;
+    }
     Place nextLine() const { return {line() + 1, 1}; }
     bool operator==(const Place&) const = default;
 
    private:
-    explicit Place(std::uint64_t word) : fWord(word) {}
-    std::uint64_t fWord;
+    std::uint64_t fColumnAndLine;
   };
   class TokenWriter;
 
