@@ -107,7 +107,7 @@ TYPED_TEST(TextKernelsTest, ComparisonAndSearchAgreeWithPlainLoops) {
     }
     if (round % 2 == 0) {
       const std::size_t from = below(text.size() + 1);
-      part.assign(other.data() + from, other.data() + std::min(other.size(), from + below(12)));
+      part.assign(other.data() + from, other.data() + std::min(other.size(), from + below(40)));
     }
     const std::uint16_t c = this->units(1)[0];
     ASSERT_NO_FATAL_FAILURE((compareAndSearch<false, TypeParam>(text, other, part, c))) << round;

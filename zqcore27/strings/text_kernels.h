@@ -214,7 +214,7 @@ const std::uint16_t* findPart(const std::uint16_t* text, std::size_t n, const st
     const Units starts = Units::load(s);
     return (first.matches(starts) & last.matches(Units::load(s + m - 1))) | (starts == Units::fill(0));
   };
-  constexpr std::size_t PAIR = 2 * Units::SIZE;
+  constexpr std::size_t PAIR = 2 * Units::SIZE;  // taken while a look at eight more stays within the text
   for (const std::size_t reach = m - 1 + Units::SIZE; n >= reach; text += Units::SIZE, n -= Units::SIZE) {
     while (n >= reach + PAIR && !(candidates(text) | candidates(text + Units::SIZE)).any()) text += PAIR, n -= PAIR;
     if (!candidates(text).any()) continue;
