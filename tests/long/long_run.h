@@ -29,20 +29,23 @@ inline std::size_t bytesInUse() {
   return heap.uordblks + heap.hblkhd;
 }
 
+/// Ends the process, at any time of its life.
+inline void require(bool holds, const char* what, int line = __builtin_LINE(), const char* file = __builtin_FILE()) {
+  if (holds) return;
+  std::fprintf(stderr, "%s:%d: doesn't hold: %s\n", file, line, what);
+  std::_Exit(1);
+}
+
 /// Returns when the calling thread is the only one. The kernel lists a thread for a moment after it was joined.
 inline void awaitEndOfThreads() {
   const auto alone = [] {
     const std::filesystem::directory_iterator tasks("/proc/self/task");
     return std::distance(begin(tasks), end(tasks)) == 1;
   };
-  while (!alone()) usleep(100);
-}
-
-/// Ends the process, at any time of its life.
-inline void require(bool holds, const char* what, int line = __builtin_LINE(), const char* file = __builtin_FILE()) {
-  if (holds) return;
-  std::fprintf(stderr, "%s:%d: doesn't hold: %s\n", file, line, what);
-  std::_Exit(1);
+  for (int tries = 0; !alone(); ++tries) {
+    require(tries < 100'000, "all threads have gone");  // of 10 seconds and more
+    usleep(100);
+  }
 }
 
 /// Files that the hosts read.

@@ -22,6 +22,10 @@ struct ThreadPoolTestAccess {
     if (pool.fWaitingClients != 0) ++pool.fWokenClients;
     return pool.fWaitingClients != 0;
   }
+  static std::uint16_t workers(ThreadPool& pool) {
+    const OrlanSynchronized hold(pool.fThreadMutex);
+    return pool.fNumThreads;
+  }
 };
 
 }  // namespace zqcore27
@@ -37,7 +41,7 @@ void waitForThreads(std::uint32_t count) {
 std::uint16_t ownNumber() { return static_cast<WorkerThread*>(OrlanThread::self())->thisThread(); }
 
 TEST(ThreadPoolTest, ServesIdleWorkersWithoutGrowing) {
-  waitForThreads(0);                 // extra workers of another test may be about to end
+  waitForThreads(0);                 // those of other tests
   std::vector<BusyStory> rounds[4];  // in the later ones the workers sleep, and wake one another
   std::set<std::uint16_t> numbers;
   std::set<std::uint32_t> ids;
@@ -313,11 +317,12 @@ TEST(ThreadPoolTest, OutlivesTheLastStepsOfExtraWorkers) {
   Gate reached, go;
   auto owner = std::make_unique<ThreadPool>(0, 1);
   auto client = std::make_unique<ThreadRequester>(owner.get());
-  for (int i = 0; i < 4; ++i) {
-    (void)client->submit([&] { [[maybe_unused]] static thread_local const LastStep last{reached, go}; });
-  }
-  reached.pass();
+  (void)client->submit([&] { [[maybe_unused]] static thread_local const LastStep last{reached, go}; });
+  (void)client->submit([] {});
+  reached.pass();  // the first worker has left
+  for (int i = 0; i < 2; ++i) (void)client->submit([] {});
   client.reset();
+  while (ThreadPoolTestAccess::workers(*owner) != 0) std::this_thread::yield();  // and another one behind it
   HostThread destructor([&] { owner.reset(); });
   EXPECT_TRUE(destructor.isHeldUp());
   go.open();

@@ -290,8 +290,8 @@ void ThreadPool::wait_for_work() {
   if (fWokenWorkers != 0) --fWokenWorkers;
 }
 
-// The last that an extra worker has of its pool, which may be gone as soon as the mutex is free. Each joins the one
-// that left before it and the destructor the last one, so that behind it none of their threads runs the library's code.
+// The last that an extra worker does with its pool. Each joins the one that left before it and the destructor the last
+// one, so that behind the destructor none of their threads runs the library's code.
 void ThreadPool::remove_worker(WorkerThread& worker) {
   JTCHandleT<WorkerThread> before;
   {

@@ -51,7 +51,9 @@ class ZQCORE27_EXPORT ThreadPool {
   /// alone, and for the last steps of its threads: behind it none of them runs code of the library. A client that waits
   /// for room gets 0. What a pool without standing workers still has queued runs on the destructor's own thread where
   /// the system has no other to give. Other threads may be in a submit that waits or in a cancel, and jobs in any
-  /// operation; apart from that nobody may use the pool. Not from a job of the pool, which would wait for itself.
+  /// operation; apart from that nobody may use the pool. Not from a job of the pool or the end of a thread_local object
+  /// of its threads, which would wait for itself; nor may such an object wait for that of another worker, since extra
+  /// workers end one behind the other.
   ~ThreadPool();
 
   /// Submits `func`, to be called with `arg` on a worker; neither may be null. Returns the request's id, or 0 when the
@@ -123,7 +125,7 @@ class ZQCORE27_EXPORT ThreadPool {
   std::unique_ptr<OrlanCondition> fQueueEmpty;   // on fPoolMutex; for the destructor: the queue is empty, no guests
   std::unique_ptr<OrlanCondition> fWorkReady;    // on fPoolMutex; idle workers wait here
   std::unique_ptr<OrlanCondition> fRoomReady;    // on fPoolMutex; clients wait here for room in the queue
-  OrlanMutex fThreadMutex;                       // guards fWorkers and fNumThreads
+  OrlanMutex fThreadMutex;                       // guards fWorkers, fLastLeaver and fNumThreads
   std::unique_ptr<OrlanCondition> fThreadsDown;  // on fThreadMutex; for the destructor: no extra workers
   std::unique_ptr<RequestQueue> fQueue;
   std::uint16_t fNumDefThreads = 0;                                 // standing workers

@@ -54,7 +54,7 @@ class ZQCORE27_EXPORT WorkerThread final : public OrlanThread {
   void end_job();
   void give_job_to(SubmittedJobList& stopped) ZQCORE27_REQUIRES(fHandleMutex);
 
-  ThreadPool* const fPool;  // not owned; gone when the thread has left it
+  ThreadPool* const fPool;  // not owned; there until the thread has ended
   const std::uint16_t fIndex;
   const ThreadRequester* fRequester ZQCORE27_GUARDED_BY(fHandleMutex) = nullptr;  // null: idle
   std::uint32_t fRequestId ZQCORE27_GUARDED_BY(fHandleMutex) = 0;                 // 0: idle
