@@ -4,9 +4,10 @@
 A benchmark is named "<area>: <case>/<who>". Who is "zqcore27", "zqcore27, <variant>", a peer, or "limit: <what>". A
 processor time is the fastest of the repetitions, since other work on the machine only adds to it. A time by the clock,
 which also differs with the turns that threads take, and any other figure is their lower quartile: bursts of other work
-of a few seconds may cover more than half of them. Below the table stands what limits.tsv says of each bar that isn't held, and a note on each of its lines
-that is out of date: its bar is held with a fifth to spare. Fails if a bar of the areas asked for has no result, if a
-benchmark failed, and if a bar is missed by more than runs of one build differ with no limit named.
+of a few seconds may cover more than half of them. Below the table stands what limits.tsv says of each bar that isn't
+held, and a note on each of its lines that is out of date: its bar is held with a fifth to spare. Fails if a bar of the
+areas asked for has no result, if a benchmark failed, and if a bar is missed by more than runs of one build differ with
+no limit named.
 """
 
 import argparse
